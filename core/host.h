@@ -1,0 +1,98 @@
+// The default host: error raising, the per-thread arena allocator and the host matrix record.
+//
+// Every block the library allocates comes from `Hux::ImcAllocator::m_current`, the calling
+// thread's current arena. A default arena exists from start-up, so a caller that never touches
+// arenas still works (its memory then lives until the thread ends). A long-running caller wraps
+// each call or batch in an `ArenaScope`:
+//
+//     {
+//         Hux::ArenaScope scope;                 // fresh arena, current for this thread
+//         mutils::_double_mat m;
+//         mutils::matdbl_malloc(&m, 512, 512);   // taken from the scope's arena
+//         ...
+//     }                                          // everything released, previous arena back
+//
+// Storage operations raise `Hux::Error` (through `Hux::Throw`) with code 0xFFFFFFFF.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <exception>
+#include <string>
+
+#include "types.h"
+
+namespace Hux {
+
+/// The error raised by argument checks and storage operations.
+class MUTILS_API Error : public std::exception {
+public:
+    Error(const char* message, unsigned code);
+    const char* what() const noexcept override;
+    unsigned code() const noexcept { return m_code; }
+
+private:
+    std::string m_message;
+    unsigned m_code;
+};
+
+/// Raises `Hux::Error(message, code)`; never returns.
+[[noreturn]] MUTILS_API void Throw(const char* message, unsigned code);
+
+/// Arena allocator: blocks are 64-byte aligned, carved from chunks of at least 1 MiB that grow
+/// with demand; nothing is released until the arena itself is destroyed or reset.
+/// A request the system cannot satisfy raises "out of memory".
+class MUTILS_API ImcAllocator {
+public:
+    ImcAllocator() = default;
+    ~ImcAllocator();
+    ImcAllocator(const ImcAllocator&) = delete;
+    ImcAllocator& operator=(const ImcAllocator&) = delete;
+
+    /// A block of `bytes` bytes (at least one), aligned to 64 bytes, valid until reset().
+    void* allocate_array(std::size_t bytes);
+    /// Releases every block of this arena.
+    void reset();
+    /// Bytes held by this arena's chunks.
+    std::size_t reserved() const { return m_reserved; }
+
+    /// The calling thread's current arena; never null.
+    static thread_local ImcAllocator* m_current;
+
+private:
+    struct Chunk;
+    Chunk* m_head = nullptr;
+    std::size_t m_reserved = 0;
+};
+
+/// Installs a fresh arena as the calling thread's current one; its destructor releases
+/// everything allocated in it and restores the previous arena.
+class MUTILS_API ArenaScope {
+public:
+    ArenaScope();
+    ~ArenaScope();
+    ArenaScope(const ArenaScope&) = delete;
+    ArenaScope& operator=(const ArenaScope&) = delete;
+    ImcAllocator& arena() { return m_arena; }
+
+private:
+    ImcAllocator m_arena;
+    ImcAllocator* m_previous;
+};
+
+/// The host's matrix: column-major parts, element (r, c) at m_stride * c + r.
+/// A host matrix is complex when both m_real and m_imag are set.
+struct aMatrix {
+    int32_t m_stride;
+    int32_t m_host;
+    int32_t m_rows;
+    int32_t m_cols;
+    double* m_real;
+    double* m_imag;
+};
+
+struct MUTILS_API array_val {
+    static const double m_zero;
+};
+
+}  // namespace Hux
