@@ -23,3 +23,15 @@
 // Matrix operations
 #include "../mat/cast.h"
 #include "../mat/arith.h"
+
+// Image processing
+
+// Signal processing
+
+// Wavelets
+
+// Boundary chains and polygons
+
+// Quantizers
+
+// Optical flow
