@@ -15,7 +15,7 @@ const double array_val::m_zero = 0.0;
 
 namespace {
 constexpr std::size_t kAlign = 64;
-constexpr std::size_t kMinChunk = std::size_t(1) << 20;
+constexpr std::size_t kMinChunk = std::size_t(64) << 10;
 
 ImcAllocator& default_arena() {
     static thread_local ImcAllocator arena;
@@ -51,7 +51,7 @@ void* ImcAllocator::allocate_array(std::size_t bytes) {
     if (!m_head || m_head->size - m_head->used < need) {
         // Grow geometrically with what is already held so many small requests stay cheap,
         // and give large requests a chunk of their own size.
-        std::size_t size = m_reserved / 2;
+        std::size_t size = m_reserved;
         if (size < kMinChunk) size = kMinChunk;
         if (size > (std::size_t(64) << 20)) size = std::size_t(64) << 20;
         if (size < need) size = need;

@@ -39,8 +39,8 @@ private:
 /// Raises `Hux::Error(message, code)`; never returns.
 [[noreturn]] MUTILS_API void Throw(const char* message, unsigned code);
 
-/// Arena allocator: blocks are 64-byte aligned, carved from chunks of at least 1 MiB that grow
-/// with demand; nothing is released until the arena itself is destroyed or reset.
+/// Arena allocator: blocks are 64-byte aligned, carved from chunks that start at 64 KiB and double
+/// with demand (up to 64 MiB a chunk; a larger request gets a chunk of its own); nothing is released until the arena itself is destroyed or reset.
 /// A request the system cannot satisfy raises "out of memory".
 class MUTILS_API ImcAllocator {
 public:
