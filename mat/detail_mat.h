@@ -1,0 +1,134 @@
+// Internal scaffolding of the element-wise matrix families (not part of the installed interface):
+// the flat passes that typed members instantiate, the universal frame that brings operands to
+// the result's element type and dispatches, and the reading of universal scalars in a result's
+// element type.
+//
+// A typed member is one call of a frame with the element operation:
+//
+//     return map_elements<T>(a, intrp, r, [s](T x) { return T(wrap_t<T>(x) + wrap_t<T>(s)); });
+//
+// and a universal member is one call of `univ_apply` whose lambda calls the typed template.
+#pragma once
+
+#include <cstddef>
+#include <type_traits>
+#include <utility>
+
+#include "../core/detail.h"
+
+namespace mutils {
+namespace detail {
+
+// ---- flat passes ----------------------------------------------------------------------------
+
+/// r[i] = op(a[i]) over n elements in flat order (r may be a).
+template <class T, class U, class Op> MUTILS_CLONES void map_pass(const T* a, U* r, int64_t n, Op op) {
+    for (int64_t i = 0; i < n; ++i) r[i] = op(a[i]);
+}
+
+/// r[i] = op(a[i], b[i]) over n elements in flat order (r may be a or b).
+template <class T, class U, class Op> MUTILS_CLONES void zip_pass(const T* a, const T* b, U* r, int64_t n, Op op) {
+    for (int64_t i = 0; i < n; ++i) r[i] = op(a[i], b[i]);
+}
+
+/// Cost of one element-wise pass for the interrupt poll.
+inline double pass_cost(int64_t nelem) { return 3.0 * double(nelem); }
+
+// ---- typed frames ---------------------------------------------------------------------------
+
+/// R = op(A) element by element: validates A then R (raising), "array size mismatch" unless
+/// they have the same rows and columns, one pass, one poll.
+template <class T, class Op> const char* map_elements(const mat_t<T>* a, void* intrp, mat_t<T>* r, Op op) {
+    validate(a);
+    validate(r);
+    MUTILS_TRY(require_same_size(r, a));
+    map_pass(a->data, r->data, a->nelem, op);
+    return Poll(intrp).add(pass_cost(a->nelem));
+}
+
+/// R = op(A, B) element by element: validates A, B, R (raising); "array size mismatch" unless
+/// R has A's rows and columns and A has B's; one pass, one poll.
+template <class T, class Op>
+const char* zip_elements(const mat_t<T>* a, const mat_t<T>* b, void* intrp, mat_t<T>* r, Op op) {
+    validate(a);
+    validate(b);
+    validate(r);
+    MUTILS_TRY(require_same_size(r, a));
+    MUTILS_TRY(require_same_size(a, b));
+    zip_pass(a->data, b->data, r->data, a->nelem, op);
+    return Poll(intrp).add(pass_cost(a->nelem));
+}
+
+/// Same-width integer types share one body where the operation keeps the low bits (sums,
+/// differences, products, bit operations give the same bits signed or unsigned).
+template <class T, bool = std::is_integral_v<T>> struct shared_body { using type = T; };
+template <class T> struct shared_body<T, true> { using type = std::make_unsigned_t<T>; };
+template <class T> using shared_body_t = typename shared_body<T>::type;
+
+// ---- universal frame ------------------------------------------------------------------------
+
+/// The frame of a universal element-wise member: R or any operand null gives "null pointer";
+/// each operand is brought to R's element type in argument order (`to_common`: same type
+/// wrapped, integer operands or any operand of a floating/complex R cast into an arena
+/// temporary, a floating or complex operand with an integer R "Illegal data type"); then
+/// f(type_tag<T>{}, common operands..., R) runs for R's element type T when T is in Types,
+/// otherwise "Illegal data type".
+template <class Types, class F, class... X>
+const char* univ_apply(Types types, void* intrp, _univ_mat* r, F&& f, const X*... xs) {
+    static_assert((std::is_same_v<X, _univ_mat> && ...), "operands are universal matrices");
+    if (!r || ((xs == nullptr) || ...)) return msg::null_pointer;
+    const _univ_mat* given[] = {xs..., nullptr};
+    _univ_mat common[sizeof...(X) + 1];
+    for (std::size_t i = 0; i < sizeof...(X); ++i) MUTILS_TRY(to_common(given[i], r->type, intrp, &common[i]));
+    return dispatch(r->type, types, [&](auto t) -> const char* {
+        return [&]<std::size_t... I>(std::index_sequence<I...>) {
+            return f(t, static_cast<const _univ_mat*>(&common[I])..., r);
+        }(std::index_sequence_for<X...>{});
+    });
+}
+
+// ---- universal scalars ----------------------------------------------------------------------
+
+/// Brings a universal scalar to element type `target` (the tag of a result matrix):
+/// - a complex scalar or a complex target gives "Illegal data type" unless `complex_ok`, and
+///   even then a complex scalar goes only to a complex target;
+/// - the same tag is taken as it is;
+/// - otherwise a float or double scalar with an integer target gives "Illegal data type";
+///   the value is read as a double (u32 as unsigned) and an integer target admits only the
+///   symmetric ranges u8 [0, 255], s8 [-127, 127], u16 [0, 65535], s16 [-32767, 32767],
+///   u32 [0, 4294967295], s32 [-2147483647, 2147483647] ("Illegal data type" outside);
+///   a floating target takes any value, a complex one gets it as the real part.
+/// A tag outside 0..8 on either side gives "Illegal data type".
+const char* scalar_to(_univ_scalar s, int32_t target, bool complex_ok, _univ_scalar* out);
+
+/// The member of a scalar that element type T reads.
+template <class T> inline T scalar_get(const _univ_scalar& s) {
+    if constexpr (std::is_same_v<T, unsigned char>) return s.val.u8;
+    else if constexpr (std::is_same_v<T, uint16_t>) return s.val.u16;
+    else if constexpr (std::is_same_v<T, int16_t>) return s.val.s16;
+    else if constexpr (std::is_same_v<T, uint32_t>) return s.val.u32;
+    else if constexpr (std::is_same_v<T, int32_t>) return s.val.s32;
+    else if constexpr (std::is_same_v<T, float>) return s.val.flt;
+    else if constexpr (std::is_same_v<T, double>) return s.val.dbl;
+    else return s.val.cpx;
+}
+
+}  // namespace detail
+}  // namespace mutils
+
+/// Stamps out the seven real typed members of a family from one macro of the form
+/// M(code, element type, record): dbl, flt, u8, u16, s16, u32, s32.
+#define MUTILS_FOR_REAL_TYPES(M)            \
+    M(dbl, double, _double_mat)             \
+    M(flt, float, _float_mat)               \
+    M(u8, unsigned char, _uint8_mat)        \
+    M(u16, uint16_t, _uint16_mat)           \
+    M(s16, int16_t, _sint16_mat)            \
+    M(u32, uint32_t, _uint32_mat)           \
+    M(s32, int32_t, _sint32_mat)
+
+/// The same for the three unsigned integer types u8, u16, u32.
+#define MUTILS_FOR_UNSIGNED_TYPES(M)        \
+    M(u8, unsigned char, _uint8_mat)        \
+    M(u16, uint16_t, _uint16_mat)           \
+    M(u32, uint32_t, _uint32_mat)
