@@ -19,10 +19,16 @@
 #include "errors.h"
 #include "host.h"
 #include "storage.h"
+#include "random.h"
+#include "bridge.h"
 
 // Matrix operations
 #include "../mat/cast.h"
 #include "../mat/arith.h"
+#include "../mat/scalar.h"
+#include "../mat/rescale.h"
+#include "../mat/assign.h"
+#include "../mat/bits.h"
 
 // Image processing
 

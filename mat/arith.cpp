@@ -21,41 +21,32 @@ struct Abs {
     }
 };
 
-/// The universal binary frame; same-width integer types run one body.
-template <class Op>
-const char* binary_univ(const _univ_mat* a, const _univ_mat* b, void* intrp, _univ_mat* r) {
-    return univ_apply(real_types{}, intrp, r, [&](auto t, const _univ_mat* ca, const _univ_mat* cb, _univ_mat* cr) {
-        using B = shared_body_t<typename decltype(t)::type>;
-        return zip_elements<B>(as<B>(ca), as<B>(cb), intrp, as<B>(cr), Op{});
-    }, a, b);
-}
-
 }  // namespace
 }  // namespace detail
 
 using namespace detail;
 
-#define MUTILS_BINARY(CODE, T, REC)                                                                            \
-    const char* mat##CODE##_add(const REC* a, const REC* b, void* i, REC* r) {                                 \
-        return zip_elements<T>(a, b, i, r, Add{});                                                          \
-    }                                                                                                          \
-    const char* mat##CODE##_subtract(const REC* a, const REC* b, void* i, REC* r) {                            \
-        return zip_elements<T>(a, b, i, r, Sub{});                                                          \
-    }                                                                                                          \
-    const char* mat##CODE##_multiply_elem(const REC* a, const REC* b, void* i, REC* r) {                       \
-        return zip_elements<T>(a, b, i, r, Mul{});                                                          \
+#define MUTILS_BINARY(CODE, T, REC)                                                                  \
+    const char* mat##CODE##_add(const REC* a, const REC* b, void* i, REC* r) {                       \
+        return zip_elements<T>(a, b, i, r, Add{});                                                   \
+    }                                                                                                \
+    const char* mat##CODE##_subtract(const REC* a, const REC* b, void* i, REC* r) {                  \
+        return zip_elements<T>(a, b, i, r, Sub{});                                                   \
+    }                                                                                                \
+    const char* mat##CODE##_multiply_elem(const REC* a, const REC* b, void* i, REC* r) {             \
+        return zip_elements<T>(a, b, i, r, Mul{});                                                   \
     }
 MUTILS_FOR_REAL_TYPES(MUTILS_BINARY)
 #undef MUTILS_BINARY
 
 const char* matuniv_add(const _univ_mat* a, const _univ_mat* b, void* i, _univ_mat* r) {
-    return binary_univ<Add>(a, b, i, r);
+    return univ_zip<Add>(real_types{}, a, b, i, r);
 }
 const char* matuniv_subtract(const _univ_mat* a, const _univ_mat* b, void* i, _univ_mat* r) {
-    return binary_univ<Sub>(a, b, i, r);
+    return univ_zip<Sub>(real_types{}, a, b, i, r);
 }
 const char* matuniv_multiply_elem(const _univ_mat* a, const _univ_mat* b, void* i, _univ_mat* r) {
-    return binary_univ<Mul>(a, b, i, r);
+    return univ_zip<Mul>(real_types{}, a, b, i, r);
 }
 
 #define MUTILS_ABS(CODE, T, REC) \
@@ -66,12 +57,7 @@ MUTILS_ABS(s16, int16_t, _sint16_mat)
 MUTILS_ABS(s32, int32_t, _sint32_mat)
 #undef MUTILS_ABS
 
-const char* matuniv_abs(const _univ_mat* a, void* i, _univ_mat* r) {
-    return univ_apply(real_types{}, i, r, [&](auto t, const _univ_mat* ca, _univ_mat* cr) {
-        using T = typename decltype(t)::type;
-        return map_elements<T>(as<T>(ca), i, as<T>(cr), Abs{});
-    }, a);
-}
+const char* matuniv_abs(const _univ_mat* a, void* i, _univ_mat* r) { return univ_map<Abs>(real_types{}, a, i, r); }
 
 }  // namespace mutils
 

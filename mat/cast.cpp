@@ -183,6 +183,32 @@ MUTILS_CAST_CLIP(s32, s16)
 MUTILS_CAST(dbl, cpx)
 MUTILS_CAST(flt, cpx)
 MUTILS_CAST_CLIP(cpx, dbl)
+#undef MUTILS_CAST
+#undef MUTILS_CAST_CLIP
+
+void matdbl_to_complex(const _double_mat* a, const _double_mat* b, void* intrp, _dcomplex_mat* r) {
+    validate(a);
+    validate(b);
+    validate(r);
+    if (require_same_size(a, b) || require_same_size(r, a)) raise(msg::array_size_mismatch);
+    if (require_distinct(r, a) || require_distinct(r, b)) raise(msg::illegal_memory_address);
+    for (int64_t i = 0; i < a->nelem; ++i) r->data[i] = {a->data[i], b->data[i]};
+    Poll(intrp).add(5.0 * double(a->nelem));
+}
+
+void matcpx_to_double(const _dcomplex_mat* a, void* intrp, _double_mat* re, _double_mat* im) {
+    validate(a);
+    validate(re);
+    validate(im);
+    if (require_same_size(re, a) || require_same_size(im, a)) raise(msg::array_size_mismatch);
+    if (require_distinct(re, im)) raise(msg::illegal_memory_address);
+    for (int64_t i = 0; i < a->nelem; ++i) {
+        const _dcomplex z = a->data[i];  // read whole before writing: a part may be A's block
+        re->data[i] = z.re;
+        im->data[i] = z.im;
+    }
+    Poll(intrp).add(5.0 * double(a->nelem));
+}
 
 }  // namespace mutils
 

@@ -22,6 +22,11 @@
 // is ignored by widening pairs; the same type is a copy); complex sources convert only to
 // double, and tag 1 or a tag above 8 raises "Illegal data type". Conversions count their work
 // for the interrupt poll but never stop.
+//
+// `matdbl_to_complex` joins a real and an imaginary part into R = A + iB; `matcpx_to_double`
+// splits A into its real and imaginary parts. Both validate every matrix, raise "array size
+// mismatch" unless all have the same rows and columns, and raise "Illegal memory address" when
+// the complex result shares its block with a part, or when the two parts of the split are one block.
 #pragma once
 
 #include "../core/errors.h"
@@ -75,6 +80,9 @@ MUTILS_API void mats32_cast_to_s16(const _sint32_mat* a, unsigned char clip, voi
 MUTILS_API void matdbl_cast_to_cpx(const _double_mat* a, void* intrp_ptr, _dcomplex_mat* r);
 MUTILS_API void matflt_cast_to_cpx(const _float_mat* a, void* intrp_ptr, _dcomplex_mat* r);
 MUTILS_API void matcpx_cast_to_dbl(const _dcomplex_mat* a, unsigned char clip, void* intrp_ptr, _double_mat* r);
+
+MUTILS_API void matdbl_to_complex(const _double_mat* a, const _double_mat* b, void* intrp_ptr, _dcomplex_mat* r);
+MUTILS_API void matcpx_to_double(const _dcomplex_mat* a, void* intrp_ptr, _double_mat* re, _double_mat* im);
 
 }  // namespace mutils
 

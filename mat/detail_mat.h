@@ -113,6 +113,37 @@ template <class T> inline T scalar_get(const _univ_scalar& s) {
     else return s.val.cpx;
 }
 
+/// The universal frame of R = op(A, B) for a stateless Op, run in the shared body of R's type
+/// (so Op must keep the low bits: sums, differences, products, bit operations).
+template <class Op, class Types>
+const char* univ_zip(Types types, const _univ_mat* a, const _univ_mat* b, void* intrp, _univ_mat* r) {
+    return univ_apply(types, intrp, r, [&](auto t, const _univ_mat* ca, const _univ_mat* cb, _univ_mat* cr) {
+        using B = shared_body_t<typename decltype(t)::type>;
+        return zip_elements<B>(as<B>(ca), as<B>(cb), intrp, as<B>(cr), Op{});
+    }, a, b);
+}
+
+/// The universal frame of R = op(A) for a stateless Op, run in R's own type.
+template <class Op, class Types> const char* univ_map(Types types, const _univ_mat* a, void* intrp, _univ_mat* r) {
+    return univ_apply(types, intrp, r, [&](auto t, const _univ_mat* ca, _univ_mat* cr) {
+        using T = typename decltype(t)::type;
+        return map_elements<T>(as<T>(ca), intrp, as<T>(cr), Op{});
+    }, a);
+}
+
+/// The universal frame of R = op(A, s): A or R null gives "null pointer"; the scalar is brought
+/// to R's type (`scalar_to`, no complex) before A is; then Op<T>{s} maps A for R's type T in Types.
+template <template <class> class Op, class Types>
+const char* univ_scalar_map(Types types, const _univ_mat* a, _univ_scalar s, void* intrp, _univ_mat* r) {
+    if (!a || !r) return msg::null_pointer;
+    _univ_scalar cs;
+    MUTILS_TRY(scalar_to(s, r->type, false, &cs));
+    return univ_apply(types, intrp, r, [&](auto t, const _univ_mat* ca, _univ_mat* cr) {
+        using T = typename decltype(t)::type;
+        return map_elements<T>(as<T>(ca), intrp, as<T>(cr), Op<T>{scalar_get<T>(cs)});
+    }, a);
+}
+
 }  // namespace detail
 }  // namespace mutils
 
