@@ -69,12 +69,10 @@ void validate_set(const _mat_set* s) {
     require_pointer(s);
     if (!s->dims || !s->mats) raise(msg::null_pointer);
     if (s->ndim <= 0 || s->nmat <= 0) raise(msg::array_size_mismatch);
-    int64_t product = 1;
-    for (int32_t i = 0; i < s->ndim; ++i) {
+    for (int32_t i = 0; i < s->ndim; ++i)
         if (s->dims[i] <= 0) raise(msg::array_size_mismatch);
-        product *= s->dims[i];
-        if (product > INT32_MAX) raise(msg::illegal_data_value);
-    }
+    int64_t product = 1;
+    for (int32_t i = 0; i < s->ndim && product <= INT32_MAX; ++i) product *= s->dims[i];
     if (product != s->nmat) raise(msg::illegal_data_value);
 }
 
@@ -138,11 +136,14 @@ void matuniv_wrap_matrix(_univ_mat* m, void* typed, _mutil_data_type type) {
     require_pointer(typed);
     m->type = type;
     if (int32_t(type) < 0 || int32_t(type) > 8) raise(msg::illegal_data_value);
-    const _double_mat* t = static_cast<const _double_mat*>(typed);
-    m->nrow = t->nrow;
-    m->ncol = t->ncol;
-    m->nelem = t->nelem;
-    m->data = t->data;
+    // Every typed record has the same four fields; copy them as bytes of one layout.
+    static_assert(sizeof(_double_mat) == sizeof(_uint8_mat) && sizeof(_double_mat) == sizeof(_dcomplex_mat));
+    _double_mat t;
+    std::memcpy(&t, typed, sizeof t);
+    m->nrow = t.nrow;
+    m->ncol = t.ncol;
+    m->nelem = t.nelem;
+    m->data = t.data;
 }
 
 void matset_malloc(_mat_set* s, int32_t ndim, const int32_t* dims) {
@@ -182,10 +183,12 @@ void matset_resize(int32_t ndim, const int32_t* dims, _mat_set* s) {
     validate_set(s);
     require_pointer(dims);
     if (ndim < 1) raise(msg::illegal_data_value);
+    // Extents must be positive as well, so that the reshaped set still validates.
     int64_t product = 1;
     for (int32_t i = 0; i < ndim; ++i) {
+        if (dims[i] <= 0) raise(msg::array_size_mismatch);
         product *= dims[i];
-        if (product > INT32_MAX || product < INT32_MIN) raise(msg::array_size_mismatch);
+        if (product > INT32_MAX) raise(msg::array_size_mismatch);
     }
     if (product != s->nmat) raise(msg::array_size_mismatch);
     int32_t* copy = static_cast<int32_t*>(host_alloc(std::size_t(ndim) * sizeof(int32_t)));
@@ -229,13 +232,18 @@ void matset_free(_mat_set* s) {
 
 void matset_free_matrices(_mat_set* s) { validate_set(s); }
 
-void mutil_malloc(int32_t nbytes, void** out) { *out = host_alloc(std::size_t(uint32_t(nbytes))); }
+void mutil_malloc(int32_t nbytes, void** out) {
+    require_pointer(out);
+    *out = host_alloc(std::size_t(uint32_t(nbytes)));
+}
 
 void mutil_calloc(int32_t count, uint32_t size, void** out) {
+    require_pointer(out);
     *out = host_alloc(std::size_t(uint32_t(count)) * size);
 }
 
 void mutil_realloc(void** block, int32_t new_size, int32_t old_size) {
+    require_pointer(block);
     if (new_size < old_size) return;
     void* fresh = host_alloc(std::size_t(uint32_t(new_size)));
     if (*block && old_size > 0) std::memcpy(fresh, *block, std::size_t(old_size));

@@ -66,6 +66,8 @@ MUTILS_API void matset_malloc(_mat_set* s, int32_t ndim, const int32_t* dims);
 MUTILS_API void matset_malloc_matrices(_mat_set* s, int32_t nrow, int32_t ncol, _mutil_data_type type);
 MUTILS_API void matset_malloc_matrices_arbitrary_size(_mat_set* s, const _sint32_mat* nrows,
                                                       const _sint32_mat* ncols, _mutil_data_type type);
+/// Changes only the shape of the set: ndim < 1 raises "Illegal data value"; an extent below 1
+/// or a product other than nmat raises "array size mismatch".
 MUTILS_API void matset_resize(int32_t ndim, const int32_t* dims, _mat_set* s);
 MUTILS_API void matset_validate(const _mat_set* s);
 MUTILS_API void matset_verify_allsame(const _mat_set* s);
@@ -73,6 +75,9 @@ MUTILS_API void matset_verify_aresame(const _mat_set* a, const _mat_set* b);
 MUTILS_API void matset_free(_mat_set* s);
 MUTILS_API void matset_free_matrices(_mat_set* s);
 
+/// Raw arena blocks (the sizes are taken as unsigned; nothing is cleared). A null `out` or
+/// `block` raises "null pointer". mutil_realloc replaces *block by a copy when the size does not
+/// shrink (the old bytes are copied) and otherwise does nothing.
 MUTILS_API void mutil_malloc(int32_t nbytes, void** out);
 MUTILS_API void mutil_calloc(int32_t count, uint32_t size, void** out);
 MUTILS_API void mutil_realloc(void** block, int32_t new_size, int32_t old_size);

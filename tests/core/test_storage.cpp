@@ -1,4 +1,6 @@
 // Storage records: allocation, validation, wrapping and matrix sets, with the raised messages.
+#include <cstring>
+
 #include "support.h"
 
 namespace mutils::test {
@@ -97,6 +99,36 @@ TEST_F(StorageTest, SetComparisonsNameTheFirstDifference) {
     EXPECT_EQ(raised([&] { matset_verify_allsame(&b); }), "Illegal data type");
     matuniv_malloc(&b.mats[1], 2, 3, MUTIL_UINT8);
     EXPECT_EQ(raised([&] { matset_verify_allsame(&b); }), "array size mismatch");
+}
+
+TEST_F(StorageTest, SetShapesStayValid) {
+    _mat_set s;
+    int32_t dims[1] = {6};
+    matset_malloc(&s, 1, dims);
+    int32_t negative[2] = {-2, -3};  // multiplies to 6 but is no shape
+    EXPECT_EQ(raised([&] { matset_resize(2, negative, &s); }), "array size mismatch");
+    int32_t huge[3] = {1 << 20, 1 << 20, 0};  // a zero extent is found before the product
+    _mat_set t = s;
+    t.ndim = 3;
+    t.dims = huge;
+    EXPECT_EQ(raised([&] { matset_validate(&t); }), "array size mismatch");
+    huge[2] = 1;
+    EXPECT_EQ(raised([&] { matset_validate(&t); }), "Illegal data value");
+}
+
+TEST_F(StorageTest, RawBlocks) {
+    void* p = nullptr;
+    mutil_malloc(16, &p);
+    ASSERT_NE(p, nullptr);
+    std::memcpy(p, "0123456789abcdef", 16);
+    void* q = p;
+    mutil_realloc(&q, 8, 16);
+    EXPECT_EQ(q, p);  // shrinking keeps the block
+    mutil_realloc(&q, 32, 16);
+    EXPECT_NE(q, p);
+    EXPECT_EQ(std::memcmp(q, "0123456789abcdef", 16), 0);
+    EXPECT_EQ(raised([] { mutil_malloc(4, nullptr); }), "null pointer");
+    EXPECT_EQ(raised([] { mutil_realloc(nullptr, 4, 0); }), "null pointer");
 }
 
 TEST_F(StorageTest, PlainEntryPointsReturnZeroOrRaise) {
