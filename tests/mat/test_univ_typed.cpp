@@ -1,0 +1,180 @@
+// Randomized agreement of every universal member with its typed member, for every element type:
+// same-type operands, and small integer operands of other types brought to the result's type.
+#include <cstring>
+#include <random>
+
+#include "mat/detail_mat.h"
+#include "support.h"
+
+namespace mutils::test {
+namespace {
+
+template <class T> struct typed;
+#define TYPED_MEMBERS(CODE, T, REC)                                       \
+    template <> struct typed<T> {                                         \
+        static constexpr auto add = mat##CODE##_add;                      \
+        static constexpr auto subtract = mat##CODE##_subtract;            \
+        static constexpr auto multiply_elem = mat##CODE##_multiply_elem;  \
+        static constexpr auto add_scalar = mat##CODE##_add_scalar;        \
+        static constexpr auto multiply_scalar = mat##CODE##_multiply_scalar; \
+        static constexpr auto rescale = mat##CODE##_rescale;              \
+        static constexpr auto assign = mat##CODE##_assign;                \
+        static constexpr auto assign_scalar = mat##CODE##_assign_scalar;  \
+    };
+MUTILS_FOR_REAL_TYPES(TYPED_MEMBERS)
+#undef TYPED_MEMBERS
+
+template <class T> struct typed_bits;
+#define BIT_MEMBERS(CODE, T, REC)                                          \
+    template <> struct typed_bits<T> {                                     \
+        static constexpr auto bit_and = mat##CODE##_bit_and;               \
+        static constexpr auto bit_or = mat##CODE##_bit_or;                 \
+        static constexpr auto bit_xor = mat##CODE##_bit_xor;               \
+        static constexpr auto bit_not = mat##CODE##_bit_not;               \
+        static constexpr auto and_scalar = mat##CODE##_bit_and_scalar;     \
+        static constexpr auto or_scalar = mat##CODE##_bit_or_scalar;       \
+        static constexpr auto xor_scalar = mat##CODE##_bit_xor_scalar;     \
+        static constexpr auto shift_left = mat##CODE##_bit_shift_left;     \
+        static constexpr auto shift_right = mat##CODE##_bit_shift_right;   \
+    };
+MUTILS_FOR_UNSIGNED_TYPES(BIT_MEMBERS)
+#undef BIT_MEMBERS
+
+/// Random values over the whole range of an integer type, or in [-1000, 1000] for floats.
+template <class T> T draw(std::mt19937& rng) {
+    if constexpr (std::is_integral_v<T>) {
+        return T(std::uniform_int_distribution<int64_t>(std::numeric_limits<T>::lowest(),
+                                                        std::numeric_limits<T>::max())(rng));
+    } else {
+        return T(std::uniform_real_distribution<double>(-1000, 1000)(rng));
+    }
+}
+
+template <class T> std::vector<T> draws(std::mt19937& rng, int n) {
+    std::vector<T> v(n);
+    for (T& x : v) x = draw<T>(rng);
+    return v;
+}
+
+template <class T> _univ_scalar scalar_of(T v) {
+    _univ_scalar s{};
+    std::memcpy(&s.val, &v, sizeof v);
+    s.type = detail::elem<T>::tag;
+    return s;
+}
+
+template <class T> bool same_bits(const std::vector<T>& a, const std::vector<T>& b) {
+    return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(T)) == 0;
+}
+
+constexpr int kRows = 7, kCols = 9, kN = kRows * kCols;
+
+template <class T> class UnivAgrees : public ArenaTest {
+protected:
+    std::mt19937 rng{1234u + unsigned(detail::elem<T>::tag)};
+    _univ_mat a = make_univ<T>(kRows, kCols, draws<T>(rng, kN));
+    _univ_mat b = make_univ<T>(kRows, kCols, draws<T>(rng, kN));
+    _univ_mat ru = make_univ<T>(kRows, kCols);
+    detail::mat_t<T> rt = make<T>(kRows, kCols);
+    const detail::mat_t<T>* ta() const { return detail::as<T>(&a); }
+    const detail::mat_t<T>* tb() const { return detail::as<T>(&b); }
+
+    /// Runs both members (each returning a message) and compares messages and result bits.
+    template <class U, class V> void agree(U univ_call, V typed_call, const char* what) {
+        EXPECT_EQ(message(univ_call()), message(typed_call())) << what;
+        EXPECT_TRUE(same_bits(values_of<T>(ru), values(rt))) << what;
+    }
+};
+
+using RealTypes = ::testing::Types<unsigned char, uint16_t, int16_t, uint32_t, int32_t, float, double>;
+TYPED_TEST_SUITE(UnivAgrees, RealTypes);
+
+TYPED_TEST(UnivAgrees, BinaryAndScalarMembers) {
+    using T = TypeParam;
+    using M = typed<T>;
+    auto& t = *this;
+    t.agree([&] { return matuniv_add(&t.a, &t.b, nullptr, &t.ru); }, [&] { return M::add(t.ta(), t.tb(), nullptr, &t.rt); }, "add");
+    t.agree([&] { return matuniv_subtract(&t.a, &t.b, nullptr, &t.ru); },
+            [&] { return M::subtract(t.ta(), t.tb(), nullptr, &t.rt); }, "subtract");
+    t.agree([&] { return matuniv_multiply_elem(&t.a, &t.b, nullptr, &t.ru); },
+            [&] { return M::multiply_elem(t.ta(), t.tb(), nullptr, &t.rt); }, "multiply_elem");
+    const T s = draw<T>(t.rng);
+    t.agree([&] { return matuniv_add_scalar(&t.a, scalar_of(s), nullptr, &t.ru); },
+            [&] { return M::add_scalar(t.ta(), s, nullptr, &t.rt); }, "add_scalar");
+    t.agree([&] { return matuniv_multiply_scalar(&t.a, scalar_of(s), nullptr, &t.ru); },
+            [&] { return M::multiply_scalar(t.ta(), s, nullptr, &t.rt); }, "multiply_scalar");
+    T lo = draw<T>(t.rng), hi = draw<T>(t.rng);
+    if (hi < lo) std::swap(lo, hi);
+    t.agree([&] { return matuniv_rescale(&t.a, scalar_of(lo), scalar_of(hi), nullptr, &t.ru); },
+            [&] { return M::rescale(t.ta(), lo, hi, nullptr, &t.rt); }, "rescale");
+    t.agree([&] { return matuniv_assign(&t.a, nullptr, &t.ru); }, [&] { return M::assign(t.ta(), nullptr, &t.rt); },
+            "assign");
+    t.agree([&] { return matuniv_assign_scalar(scalar_of(s), nullptr, &t.ru); },
+            [&] { return M::assign_scalar(s, nullptr, &t.rt); }, "assign_scalar");
+    EXPECT_TRUE(same_bits(values(t.rt), std::vector<T>(kN, s)));
+}
+
+TYPED_TEST(UnivAgrees, AbsoluteValue) {
+    using T = TypeParam;
+    auto& t = *this;
+    if constexpr (std::is_signed_v<T> || std::is_floating_point_v<T>) {
+        const char* (*abs)(const detail::mat_t<T>*, void*, detail::mat_t<T>*) = nullptr;
+        if constexpr (std::is_same_v<T, double>) abs = matdbl_abs;
+        if constexpr (std::is_same_v<T, float>) abs = matflt_abs;
+        if constexpr (std::is_same_v<T, int16_t>) abs = mats16_abs;
+        if constexpr (std::is_same_v<T, int32_t>) abs = mats32_abs;
+        t.agree([&] { return matuniv_abs(&t.a, nullptr, &t.ru); }, [&] { return abs(t.ta(), nullptr, &t.rt); }, "abs");
+    } else {
+        ASSERT_EQ(message(matuniv_abs(&t.a, nullptr, &t.ru)), "");
+        EXPECT_TRUE(same_bits(values_of<T>(t.ru), values_of<T>(t.a)));
+    }
+}
+
+TYPED_TEST(UnivAgrees, BitMembers) {
+    using T = TypeParam;
+    auto& t = *this;
+    if constexpr (std::is_unsigned_v<T>) {
+        using M = typed_bits<T>;
+        t.agree([&] { return matuniv_bit_and(&t.a, &t.b, nullptr, &t.ru); },
+                [&] { return M::bit_and(t.ta(), t.tb(), nullptr, &t.rt); }, "and");
+        t.agree([&] { return matuniv_bit_or(&t.a, &t.b, nullptr, &t.ru); },
+                [&] { return M::bit_or(t.ta(), t.tb(), nullptr, &t.rt); }, "or");
+        t.agree([&] { return matuniv_bit_xor(&t.a, &t.b, nullptr, &t.ru); },
+                [&] { return M::bit_xor(t.ta(), t.tb(), nullptr, &t.rt); }, "xor");
+        t.agree([&] { return matuniv_bit_not(&t.a, nullptr, &t.ru); }, [&] { return M::bit_not(t.ta(), nullptr, &t.rt); },
+                "not");
+        const T s = draw<T>(t.rng);
+        t.agree([&] { return matuniv_bit_and_scalar(&t.a, scalar_of(s), nullptr, &t.ru); },
+                [&] { return M::and_scalar(t.ta(), s, nullptr, &t.rt); }, "and_scalar");
+        t.agree([&] { return matuniv_bit_or_scalar(&t.a, scalar_of(s), nullptr, &t.ru); },
+                [&] { return M::or_scalar(t.ta(), s, nullptr, &t.rt); }, "or_scalar");
+        t.agree([&] { return matuniv_bit_xor_scalar(&t.a, scalar_of(s), nullptr, &t.ru); },
+                [&] { return M::xor_scalar(t.ta(), s, nullptr, &t.rt); }, "xor_scalar");
+        for (unsigned char n : {0, 1, 5, 7, 8, 15, 16, 31, 32, 200}) {
+            t.agree([&] { return matuniv_bit_shift_left(&t.a, n, nullptr, &t.ru); },
+                    [&] { return M::shift_left(t.ta(), T(n), nullptr, &t.rt); }, "shift_left");
+            t.agree([&] { return matuniv_bit_shift_right(&t.a, n, nullptr, &t.ru); },
+                    [&] { return M::shift_right(t.ta(), T(n), nullptr, &t.rt); }, "shift_right");
+        }
+    } else {
+        EXPECT_EQ(message(matuniv_bit_and(&t.a, &t.b, nullptr, &t.ru)), "Illegal data type");
+    }
+}
+
+TYPED_TEST(UnivAgrees, OtherIntegerOperandsAreConvertedFirst) {
+    using T = TypeParam;
+    using M = typed<T>;
+    auto& t = *this;
+    std::vector<unsigned char> small(kN);
+    for (auto& x : small) x = (unsigned char)(t.rng() % 101);
+    _univ_mat a8 = make_univ<unsigned char>(kRows, kCols, small);
+    _univ_mat a16 = make_univ<int16_t>(kRows, kCols, std::vector<int16_t>(small.begin(), small.end()));
+    detail::mat_t<T> ca = make<T>(kRows, kCols, std::vector<T>(small.begin(), small.end()));
+    t.agree([&] { return matuniv_add(&a8, &a16, nullptr, &t.ru); }, [&] { return M::add(&ca, &ca, nullptr, &t.rt); },
+            "add of u8 and s16");
+    t.agree([&] { return matuniv_multiply_scalar(&a16, scalar_u8(3), nullptr, &t.ru); },
+            [&] { return M::multiply_scalar(&ca, T(3), nullptr, &t.rt); }, "multiply_scalar of s16");
+}
+
+}  // namespace
+}  // namespace mutils::test
