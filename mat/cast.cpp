@@ -5,7 +5,7 @@
 #include <cstring>
 #include <limits>
 
-#include "../core/detail.h"
+#include "detail_mat.h"
 
 namespace mutils {
 namespace detail {
@@ -81,10 +81,8 @@ const char* to_common(const _univ_mat* x, _mutil_data_type target, void* intrp, 
         *out = *x;
         return nullptr;
     }
-    if (!is_matrix_tag(x->type) || !is_matrix_tag(target)) return msg::illegal_data_type;
-    if (!is_integer_tag(x->type) && is_integer_tag(target)) return msg::illegal_data_type;
+    MUTILS_TRY(common_refusal(x->type, target));
     validate_univ(x);
-    if (x->type == MUTIL_DCOMPLEX && target != MUTIL_DOUBLE) return msg::illegal_data_type;
     matuniv_malloc(out, x->nrow, x->ncol, target);
     matuniv_cast(x, 0, intrp, out);
     return nullptr;

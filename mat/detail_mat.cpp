@@ -24,6 +24,14 @@ double scalar_as_double(const _univ_scalar& s) {
 
 }  // namespace
 
+const char* common_refusal(int32_t from, int32_t to) {
+    if (from == to) return nullptr;
+    if (!is_matrix_tag(from) || !is_matrix_tag(to)) return msg::illegal_data_type;
+    if (!is_integer_tag(from) && is_integer_tag(to)) return msg::illegal_data_type;
+    if (from == MUTIL_DCOMPLEX && to != MUTIL_DOUBLE) return msg::illegal_data_type;
+    return nullptr;
+}
+
 const char* scalar_to(_univ_scalar s, int32_t target, bool complex_ok, _univ_scalar* out) {
     if (s.type < 0 || s.type > 8 || target < 0 || target > 8) return msg::illegal_data_type;
     const bool complex_scalar = s.type == MUTIL_DCOMPLEX, complex_target = target == MUTIL_DCOMPLEX;
