@@ -16,51 +16,60 @@ template <class T> struct bounds {
     static constexpr double hi = double(std::numeric_limits<T>::max());
 };
 
-// Converts one element; `bad` is set when the value did not fit (the stored value is then clipped).
-template <class S, class D> inline D convert(S x, bool& bad) {
+// Conversions never read the floating-point exception flags, so GCC may round and compare whole
+// vectors at once (the element and the pass carry the same options, so one inlines into the other).
+#if defined(__GNUC__) && !defined(__clang__)
+#define MUTILS_NO_TRAPPING_MATH __attribute__((optimize("no-trapping-math")))
+#else
+#define MUTILS_NO_TRAPPING_MATH
+#endif
+
+// Converts one element; `bad` becomes non-zero when the value did not fit (the stored value is
+// then clipped). Branch-free, so that the passes below vectorise.
+template <class S, class D> MUTILS_NO_TRAPPING_MATH inline D convert(S x, unsigned& bad) {
     if constexpr (std::is_same_v<S, _dcomplex>) {
-        bad |= x.im != 0.0;
+        bad |= unsigned(x.im != 0.0);
         return D(x.re);
     } else if constexpr (std::is_same_v<D, _dcomplex>) {
         return _dcomplex{double(x), 0.0};
     } else if constexpr (std::is_floating_point_v<S> && std::is_integral_v<D>) {
         double v = std::floor(double(x) + 0.5);
-        bool ok = v >= bounds<D>::lo && v <= bounds<D>::hi;
-        bad |= !ok;
-        v = v >= bounds<D>::lo ? v : bounds<D>::lo;
+        bad |= unsigned(!(v >= bounds<D>::lo) | !(v <= bounds<D>::hi));  // NaN does not fit
+        v = v >= bounds<D>::lo ? v : bounds<D>::lo;  // NaN goes to the minimum
         v = v <= bounds<D>::hi ? v : bounds<D>::hi;
         return D(v);
     } else if constexpr (std::is_same_v<S, double> && std::is_same_v<D, float>) {
-        if (std::isfinite(x) && std::fabs(x) > double(FLT_MAX)) {
-            bad = true;
-            return x > 0 ? FLT_MAX : -FLT_MAX;
-        }
-        return float(x);
+        const double m = std::fabs(x);
+        const bool over = (m > double(FLT_MAX)) & (m <= DBL_MAX);  // finite but past the float range
+        bad |= unsigned(over);
+        return over ? float(std::copysign(double(FLT_MAX), x)) : float(x);
     } else if constexpr (std::is_integral_v<S> && std::is_integral_v<D>) {
         using W = int64_t;
-        W v = W(x);
+        const W v = W(x);
         constexpr W lo = W(std::numeric_limits<D>::lowest()), hi = W(std::numeric_limits<D>::max());
-        bool ok = v >= lo && v <= hi;
-        bad |= !ok;
+        bad |= unsigned((v < lo) | (v > hi));
         return D(v < lo ? lo : (v > hi ? hi : v));
     } else {
         return D(x);
     }
 }
 
+// One conversion pass; returns non-zero when some value did not fit.
+template <class S, class D> MUTILS_CLONES MUTILS_NO_TRAPPING_MATH unsigned convert_pass(const S* src, D* dst, int64_t n) {
+    unsigned bad = 0;
+    for (int64_t i = 0; i < n; ++i) dst[i] = convert<S, D>(src[i], bad);
+    return bad;
+}
+
 template <class S, class D> void cast(const mat_t<S>* a, bool clip, void* intrp, mat_t<D>* r) {
     validate(a);
     validate(r);
     if (require_same_size(a, r)) raise(msg::array_size_mismatch);
-    const S* src = a->data;
-    D* dst = r->data;
     const int64_t n = a->nelem;
     if constexpr (std::is_same_v<S, D>) {
-        std::memmove(dst, src, std::size_t(n) * sizeof(S));
+        std::memmove(r->data, a->data, std::size_t(n) * sizeof(S));
     } else {
-        bool bad = false;
-        for (int64_t i = 0; i < n; ++i) dst[i] = convert<S, D>(src[i], bad);
-        if (bad && !clip) raise(msg::overflow);
+        if (convert_pass<S, D>(a->data, r->data, n) && !clip) raise(msg::overflow);
     }
     Poll(intrp).add(5.0 * double(n));  // counted, but a conversion never stops
 }
