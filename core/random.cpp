@@ -58,7 +58,8 @@ const char* mutil_rand_begin(void** state) {
 const char* mutil_rand_set_seed(const void* seed, void* state) {
     if (!state) return msg::null_pointer;
     auto* s = static_cast<RandState*>(state);
-    int64_t x = seed ? *static_cast<const int32_t*>(seed) : static_cast<int32_t>(static_cast<uint32_t>(std::time(nullptr)));
+    const int32_t now = static_cast<int32_t>(static_cast<uint32_t>(std::time(nullptr)));  // low 32 bits
+    int64_t x = seed ? *static_cast<const int32_t*>(seed) : now;
     if (x < 0) x = -x;
     x %= kModulus;
     if (x == 0) x = 1;

@@ -26,15 +26,15 @@ struct Abs {
 
 using namespace detail;
 
-#define MUTILS_BINARY(CODE, T, REC)                                                                  \
-    const char* mat##CODE##_add(const REC* a, const REC* b, void* i, REC* r) {                       \
-        return zip_elements<T>(a, b, i, r, Add{});                                                   \
-    }                                                                                                \
-    const char* mat##CODE##_subtract(const REC* a, const REC* b, void* i, REC* r) {                  \
-        return zip_elements<T>(a, b, i, r, Sub{});                                                   \
-    }                                                                                                \
-    const char* mat##CODE##_multiply_elem(const REC* a, const REC* b, void* i, REC* r) {             \
-        return zip_elements<T>(a, b, i, r, Mul{});                                                   \
+#define MUTILS_BINARY(CODE, T, REC)                                                      \
+    const char* mat##CODE##_add(const REC* a, const REC* b, void* i, REC* r) {           \
+        return zip_elements<T>(a, b, i, r, Add{});                                       \
+    }                                                                                    \
+    const char* mat##CODE##_subtract(const REC* a, const REC* b, void* i, REC* r) {      \
+        return zip_elements<T>(a, b, i, r, Sub{});                                       \
+    }                                                                                    \
+    const char* mat##CODE##_multiply_elem(const REC* a, const REC* b, void* i, REC* r) { \
+        return zip_elements<T>(a, b, i, r, Mul{});                                       \
     }
 MUTILS_FOR_REAL_TYPES(MUTILS_BINARY)
 #undef MUTILS_BINARY

@@ -28,8 +28,8 @@ template <class T> const char* assign_scalar(T s, void* intrp, mat_t<T>* r) {
 
 using namespace detail;
 
-#define MUTILS_ASSIGN(CODE, T, REC)                                                                    \
-    const char* mat##CODE##_assign(const REC* a, void* i, REC* r) { return assign<T>(a, i, r); }     \
+#define MUTILS_ASSIGN(CODE, T, REC)                                                              \
+    const char* mat##CODE##_assign(const REC* a, void* i, REC* r) { return assign<T>(a, i, r); } \
     const char* mat##CODE##_assign_scalar(T s, void* i, REC* r) { return assign_scalar<T>(s, i, r); }
 MUTILS_FOR_REAL_TYPES(MUTILS_ASSIGN)
 #undef MUTILS_ASSIGN

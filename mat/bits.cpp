@@ -47,31 +47,31 @@ const char* shift_univ(const _univ_mat* a, unsigned char count, void* intrp, _un
 
 using namespace detail;
 
-#define MUTILS_BITS(CODE, T, REC)                                                                     \
-    const char* mat##CODE##_bit_and(const REC* a, const REC* b, void* i, REC* r) {                    \
-        return zip_elements<T>(a, b, i, r, And{});                                                    \
-    }                                                                                                 \
-    const char* mat##CODE##_bit_or(const REC* a, const REC* b, void* i, REC* r) {                     \
-        return zip_elements<T>(a, b, i, r, Or{});                                                     \
-    }                                                                                                 \
-    const char* mat##CODE##_bit_xor(const REC* a, const REC* b, void* i, REC* r) {                    \
-        return zip_elements<T>(a, b, i, r, Xor{});                                                    \
-    }                                                                                                 \
+#define MUTILS_BITS(CODE, T, REC)                                                                              \
+    const char* mat##CODE##_bit_and(const REC* a, const REC* b, void* i, REC* r) {                             \
+        return zip_elements<T>(a, b, i, r, And{});                                                             \
+    }                                                                                                          \
+    const char* mat##CODE##_bit_or(const REC* a, const REC* b, void* i, REC* r) {                              \
+        return zip_elements<T>(a, b, i, r, Or{});                                                              \
+    }                                                                                                          \
+    const char* mat##CODE##_bit_xor(const REC* a, const REC* b, void* i, REC* r) {                             \
+        return zip_elements<T>(a, b, i, r, Xor{});                                                             \
+    }                                                                                                          \
     const char* mat##CODE##_bit_not(const REC* a, void* i, REC* r) { return map_elements<T>(a, i, r, Not{}); } \
-    const char* mat##CODE##_bit_and_scalar(const REC* a, T s, void* i, REC* r) {                      \
-        return map_elements<T>(a, i, r, AndScalar<T>{s});                                             \
-    }                                                                                                 \
-    const char* mat##CODE##_bit_or_scalar(const REC* a, T s, void* i, REC* r) {                       \
-        return map_elements<T>(a, i, r, OrScalar<T>{s});                                              \
-    }                                                                                                 \
-    const char* mat##CODE##_bit_xor_scalar(const REC* a, T s, void* i, REC* r) {                      \
-        return map_elements<T>(a, i, r, XorScalar<T>{s});                                             \
-    }                                                                                                 \
-    const char* mat##CODE##_bit_shift_left(const REC* a, T n, void* i, REC* r) {                      \
-        return shift<T, ShiftLeft>(a, n, i, r);                                                       \
-    }                                                                                                 \
-    const char* mat##CODE##_bit_shift_right(const REC* a, T n, void* i, REC* r) {                     \
-        return shift<T, ShiftRight>(a, n, i, r);                                                      \
+    const char* mat##CODE##_bit_and_scalar(const REC* a, T s, void* i, REC* r) {                               \
+        return map_elements<T>(a, i, r, AndScalar<T>{s});                                                      \
+    }                                                                                                          \
+    const char* mat##CODE##_bit_or_scalar(const REC* a, T s, void* i, REC* r) {                                \
+        return map_elements<T>(a, i, r, OrScalar<T>{s});                                                       \
+    }                                                                                                          \
+    const char* mat##CODE##_bit_xor_scalar(const REC* a, T s, void* i, REC* r) {                               \
+        return map_elements<T>(a, i, r, XorScalar<T>{s});                                                      \
+    }                                                                                                          \
+    const char* mat##CODE##_bit_shift_left(const REC* a, T n, void* i, REC* r) {                               \
+        return shift<T, ShiftLeft>(a, n, i, r);                                                                \
+    }                                                                                                          \
+    const char* mat##CODE##_bit_shift_right(const REC* a, T n, void* i, REC* r) {                              \
+        return shift<T, ShiftRight>(a, n, i, r);                                                               \
     }
 MUTILS_FOR_UNSIGNED_TYPES(MUTILS_BITS)
 #undef MUTILS_BITS

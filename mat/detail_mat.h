@@ -129,7 +129,8 @@ const char* univ_apply(Types types, void* intrp, _univ_mat* r, F&& f, const X*..
     const int64_t n = r->nelem;
     _univ_mat buffer[N + 1];
     for (std::size_t i = 0; i < N; ++i)
-        if (given[i]->type != r->type) matuniv_malloc(&buffer[i], 1, int32_t(n < kConvertSlice ? n : kConvertSlice), r->type);
+        if (given[i]->type != r->type)
+            matuniv_malloc(&buffer[i], 1, int32_t(n < kConvertSlice ? n : kConvertSlice), r->type);
     for (int64_t off = 0; off < n; off += kConvertSlice) {
         const int64_t len = n - off < kConvertSlice ? n - off : kConvertSlice;
         _univ_mat part[N + 1], rpart = slice_of(r, off, len);
@@ -211,17 +212,17 @@ const char* univ_scalar_map(Types types, const _univ_mat* a, _univ_scalar s, voi
 
 /// Stamps out the seven real typed members of a family from one macro of the form
 /// M(code, element type, record): dbl, flt, u8, u16, s16, u32, s32.
-#define MUTILS_FOR_REAL_TYPES(M)            \
-    M(dbl, double, _double_mat)             \
-    M(flt, float, _float_mat)               \
-    M(u8, unsigned char, _uint8_mat)        \
-    M(u16, uint16_t, _uint16_mat)           \
-    M(s16, int16_t, _sint16_mat)            \
-    M(u32, uint32_t, _uint32_mat)           \
+#define MUTILS_FOR_REAL_TYPES(M)     \
+    M(dbl, double, _double_mat)      \
+    M(flt, float, _float_mat)        \
+    M(u8, unsigned char, _uint8_mat) \
+    M(u16, uint16_t, _uint16_mat)    \
+    M(s16, int16_t, _sint16_mat)     \
+    M(u32, uint32_t, _uint32_mat)    \
     M(s32, int32_t, _sint32_mat)
 
 /// The same for the three unsigned integer types u8, u16, u32.
-#define MUTILS_FOR_UNSIGNED_TYPES(M)        \
-    M(u8, unsigned char, _uint8_mat)        \
-    M(u16, uint16_t, _uint16_mat)           \
+#define MUTILS_FOR_UNSIGNED_TYPES(M) \
+    M(u8, unsigned char, _uint8_mat) \
+    M(u16, uint16_t, _uint16_mat)    \
     M(u32, uint32_t, _uint32_mat)

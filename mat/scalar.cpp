@@ -20,12 +20,12 @@ template <class T> struct MulScalar {
 
 using namespace detail;
 
-#define MUTILS_SCALAR(CODE, T, REC)                                                   \
-    const char* mat##CODE##_add_scalar(const REC* a, T s, void* i, REC* r) {          \
-        return map_elements<T>(a, i, r, AddScalar<T>{s});                            \
-    }                                                                                 \
-    const char* mat##CODE##_multiply_scalar(const REC* a, T s, void* i, REC* r) {     \
-        return map_elements<T>(a, i, r, MulScalar<T>{s});                            \
+#define MUTILS_SCALAR(CODE, T, REC)                                               \
+    const char* mat##CODE##_add_scalar(const REC* a, T s, void* i, REC* r) {      \
+        return map_elements<T>(a, i, r, AddScalar<T>{s});                         \
+    }                                                                             \
+    const char* mat##CODE##_multiply_scalar(const REC* a, T s, void* i, REC* r) { \
+        return map_elements<T>(a, i, r, MulScalar<T>{s});                         \
     }
 MUTILS_FOR_REAL_TYPES(MUTILS_SCALAR)
 #undef MUTILS_SCALAR

@@ -81,6 +81,9 @@ TEST_F(CastTest, FloatingToIntegerRoundsHalfUp) {
     EXPECT_EQ(u.data[0], 0);
     _double_mat nan = make<double>(1, 1, {NAN});
     EXPECT_EQ(raised([&] { matdbl_cast_to_u8(&nan, 0, nullptr, &u); }), "overflow");
+    _sint16_mat s = make<int16_t>(1, 1);
+    matdbl_cast_to_s16(&nan, 1, nullptr, &s);  // a clipped NaN takes the minimum
+    EXPECT_EQ(s.data[0], -32768);
 }
 
 TEST_F(CastTest, TypedMembersCheckSizes) {

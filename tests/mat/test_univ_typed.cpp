@@ -10,32 +10,32 @@ namespace mutils::test {
 namespace {
 
 template <class T> struct typed;
-#define TYPED_MEMBERS(CODE, T, REC)                                       \
-    template <> struct typed<T> {                                         \
-        static constexpr auto add = mat##CODE##_add;                      \
-        static constexpr auto subtract = mat##CODE##_subtract;            \
-        static constexpr auto multiply_elem = mat##CODE##_multiply_elem;  \
-        static constexpr auto add_scalar = mat##CODE##_add_scalar;        \
+#define TYPED_MEMBERS(CODE, T, REC)                                          \
+    template <> struct typed<T> {                                            \
+        static constexpr auto add = mat##CODE##_add;                         \
+        static constexpr auto subtract = mat##CODE##_subtract;               \
+        static constexpr auto multiply_elem = mat##CODE##_multiply_elem;     \
+        static constexpr auto add_scalar = mat##CODE##_add_scalar;           \
         static constexpr auto multiply_scalar = mat##CODE##_multiply_scalar; \
-        static constexpr auto rescale = mat##CODE##_rescale;              \
-        static constexpr auto assign = mat##CODE##_assign;                \
-        static constexpr auto assign_scalar = mat##CODE##_assign_scalar;  \
+        static constexpr auto rescale = mat##CODE##_rescale;                 \
+        static constexpr auto assign = mat##CODE##_assign;                   \
+        static constexpr auto assign_scalar = mat##CODE##_assign_scalar;     \
     };
 MUTILS_FOR_REAL_TYPES(TYPED_MEMBERS)
 #undef TYPED_MEMBERS
 
 template <class T> struct typed_bits;
-#define BIT_MEMBERS(CODE, T, REC)                                          \
-    template <> struct typed_bits<T> {                                     \
-        static constexpr auto bit_and = mat##CODE##_bit_and;               \
-        static constexpr auto bit_or = mat##CODE##_bit_or;                 \
-        static constexpr auto bit_xor = mat##CODE##_bit_xor;               \
-        static constexpr auto bit_not = mat##CODE##_bit_not;               \
-        static constexpr auto and_scalar = mat##CODE##_bit_and_scalar;     \
-        static constexpr auto or_scalar = mat##CODE##_bit_or_scalar;       \
-        static constexpr auto xor_scalar = mat##CODE##_bit_xor_scalar;     \
-        static constexpr auto shift_left = mat##CODE##_bit_shift_left;     \
-        static constexpr auto shift_right = mat##CODE##_bit_shift_right;   \
+#define BIT_MEMBERS(CODE, T, REC)                                        \
+    template <> struct typed_bits<T> {                                   \
+        static constexpr auto bit_and = mat##CODE##_bit_and;             \
+        static constexpr auto bit_or = mat##CODE##_bit_or;               \
+        static constexpr auto bit_xor = mat##CODE##_bit_xor;             \
+        static constexpr auto bit_not = mat##CODE##_bit_not;             \
+        static constexpr auto and_scalar = mat##CODE##_bit_and_scalar;   \
+        static constexpr auto or_scalar = mat##CODE##_bit_or_scalar;     \
+        static constexpr auto xor_scalar = mat##CODE##_bit_xor_scalar;   \
+        static constexpr auto shift_left = mat##CODE##_bit_shift_left;   \
+        static constexpr auto shift_right = mat##CODE##_bit_shift_right; \
     };
 MUTILS_FOR_UNSIGNED_TYPES(BIT_MEMBERS)
 #undef BIT_MEMBERS
@@ -93,7 +93,8 @@ TYPED_TEST(UnivAgrees, BinaryAndScalarMembers) {
     using T = TypeParam;
     using M = typed<T>;
     auto& t = *this;
-    t.agree([&] { return matuniv_add(&t.a, &t.b, nullptr, &t.ru); }, [&] { return M::add(t.ta(), t.tb(), nullptr, &t.rt); }, "add");
+    t.agree([&] { return matuniv_add(&t.a, &t.b, nullptr, &t.ru); },
+            [&] { return M::add(t.ta(), t.tb(), nullptr, &t.rt); }, "add");
     t.agree([&] { return matuniv_subtract(&t.a, &t.b, nullptr, &t.ru); },
             [&] { return M::subtract(t.ta(), t.tb(), nullptr, &t.rt); }, "subtract");
     t.agree([&] { return matuniv_multiply_elem(&t.a, &t.b, nullptr, &t.ru); },
@@ -141,8 +142,8 @@ TYPED_TEST(UnivAgrees, BitMembers) {
                 [&] { return M::bit_or(t.ta(), t.tb(), nullptr, &t.rt); }, "or");
         t.agree([&] { return matuniv_bit_xor(&t.a, &t.b, nullptr, &t.ru); },
                 [&] { return M::bit_xor(t.ta(), t.tb(), nullptr, &t.rt); }, "xor");
-        t.agree([&] { return matuniv_bit_not(&t.a, nullptr, &t.ru); }, [&] { return M::bit_not(t.ta(), nullptr, &t.rt); },
-                "not");
+        t.agree([&] { return matuniv_bit_not(&t.a, nullptr, &t.ru); },
+                [&] { return M::bit_not(t.ta(), nullptr, &t.rt); }, "not");
         const T s = draw<T>(t.rng);
         t.agree([&] { return matuniv_bit_and_scalar(&t.a, scalar_of(s), nullptr, &t.ru); },
                 [&] { return M::and_scalar(t.ta(), s, nullptr, &t.rt); }, "and_scalar");
