@@ -69,25 +69,5 @@ TEST(ErrorMessages, HostTableSharesTheOperationMessages) {
     EXPECT_EQ(sizeof(qnl_std_error_messages) / sizeof(char*), 33u);
 }
 
-TEST(ErrorMessages, OperationTextsAreExact) {
-    EXPECT_STREQ(msg::null_pointer, "null pointer");
-    EXPECT_STREQ(msg::illegal_memory_address, "Illegal memory address");
-    EXPECT_STREQ(msg::interrupted, "interrupted");
-    EXPECT_STREQ(msg::overflow, "overflow");
-    EXPECT_STREQ(msg::roundoff, "Cumulative roundoff errors");
-    EXPECT_STREQ(msg::region_grid_format, "the initial region grid sizes must be %ld or more");
-}
-
-TEST_F(ErrorsTest, NullMatrixRaisesWithTheHostCode) {
-    _double_mat r = make<double>(1, 1);
-    try {
-        matdbl_add(nullptr, &r, nullptr, &r);
-        FAIL() << "nothing raised";
-    } catch (const Hux::Error& e) {
-        EXPECT_STREQ(e.what(), "null pointer");
-        EXPECT_EQ(e.code(), 0xFFFFFFFFu);
-    }
-}
-
 }  // namespace
 }  // namespace mutils::test

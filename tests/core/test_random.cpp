@@ -46,7 +46,9 @@ TEST_F(RandomTest, SeedsAreNormalised) {
 }
 
 TEST_F(RandomTest, UniformsStayInsideTheOpenInterval) {
-    std::vector<double> u = seeded(12345, 200000);
+    void* s = begun();
+    EXPECT_EQ(message(mutil_rand_set_seed(nullptr, s)), "");  // seeded from the clock
+    std::vector<double> u = uniforms(s, 200000);
     double sum = 0;
     for (double x : u) {
         ASSERT_GT(x, 0.0);
@@ -68,12 +70,6 @@ TEST_F(RandomTest, NullPointersAreRefusedWithoutDrawing) {
     EXPECT_EQ(uniforms(s, 3), seeded(1, 3));  // nothing was drawn
     EXPECT_EQ(message(mutil_rand_end(s)), "");
     EXPECT_EQ(message(mutil_rand_end(nullptr)), "");
-}
-
-TEST_F(RandomTest, TimeSeedGivesAValidGenerator) {
-    void* s = begun();
-    EXPECT_EQ(message(mutil_rand_set_seed(nullptr, s)), "");
-    for (double x : uniforms(s, 1000)) ASSERT_TRUE(x > 0.0 && x <= 0.999999999);
 }
 
 TEST_F(RandomTest, NormalsComeInPairsFromThePolarMethod) {
@@ -110,20 +106,6 @@ TEST_F(RandomTest, CachedNormalSurvivesReseeding) {
     mutil_rand_normal(t, &z3);
     EXPECT_EQ(z2, z3);  // the partner of the first pair, not a draw from the new seed
     EXPECT_EQ(uniforms(s, 5), seeded(99, 5));
-}
-
-TEST_F(RandomTest, NormalMomentsAreStandard) {
-    void* s = begun();
-    const int n = 200000;
-    double sum = 0, sq = 0;
-    for (int i = 0; i < n; ++i) {
-        double z;
-        mutil_rand_normal(s, &z);
-        sum += z;
-        sq += z * z;
-    }
-    EXPECT_NEAR(sum / n, 0.0, 0.01);
-    EXPECT_NEAR(sq / n, 1.0, 0.02);
 }
 
 }  // namespace

@@ -89,92 +89,67 @@ protected:
 using RealTypes = ::testing::Types<unsigned char, uint16_t, int16_t, uint32_t, int32_t, float, double>;
 TYPED_TEST_SUITE(UnivAgrees, RealTypes);
 
+// One universal call on (a, b) into ru against one typed call on (A, B) into rt.
+#define AGREE(UNIV, TYPED) t.agree([&] { return UNIV; }, [&] { return TYPED; }, #UNIV)
+#define OPERANDS(T)                                                                  \
+    auto& t = *this;                                                                 \
+    [[maybe_unused]] _univ_mat *a = &t.a, *b = &t.b, *ru = &t.ru;                    \
+    [[maybe_unused]] const detail::mat_t<T>*A = t.ta(), *B = t.tb();                 \
+    [[maybe_unused]] detail::mat_t<T>* rt = &t.rt;                                   \
+    [[maybe_unused]] const T s = draw<T>(t.rng)
+
 TYPED_TEST(UnivAgrees, BinaryAndScalarMembers) {
     using T = TypeParam;
     using M = typed<T>;
-    auto& t = *this;
-    t.agree([&] { return matuniv_add(&t.a, &t.b, nullptr, &t.ru); },
-            [&] { return M::add(t.ta(), t.tb(), nullptr, &t.rt); }, "add");
-    t.agree([&] { return matuniv_subtract(&t.a, &t.b, nullptr, &t.ru); },
-            [&] { return M::subtract(t.ta(), t.tb(), nullptr, &t.rt); }, "subtract");
-    t.agree([&] { return matuniv_multiply_elem(&t.a, &t.b, nullptr, &t.ru); },
-            [&] { return M::multiply_elem(t.ta(), t.tb(), nullptr, &t.rt); }, "multiply_elem");
-    const T s = draw<T>(t.rng);
-    t.agree([&] { return matuniv_add_scalar(&t.a, scalar_of(s), nullptr, &t.ru); },
-            [&] { return M::add_scalar(t.ta(), s, nullptr, &t.rt); }, "add_scalar");
-    t.agree([&] { return matuniv_multiply_scalar(&t.a, scalar_of(s), nullptr, &t.ru); },
-            [&] { return M::multiply_scalar(t.ta(), s, nullptr, &t.rt); }, "multiply_scalar");
+    OPERANDS(T);
+    AGREE(matuniv_add(a, b, nullptr, ru), M::add(A, B, nullptr, rt));
+    AGREE(matuniv_subtract(a, b, nullptr, ru), M::subtract(A, B, nullptr, rt));
+    AGREE(matuniv_multiply_elem(a, b, nullptr, ru), M::multiply_elem(A, B, nullptr, rt));
+    AGREE(matuniv_add_scalar(a, scalar_of(s), nullptr, ru), M::add_scalar(A, s, nullptr, rt));
+    AGREE(matuniv_multiply_scalar(a, scalar_of(s), nullptr, ru), M::multiply_scalar(A, s, nullptr, rt));
     T lo = draw<T>(t.rng), hi = draw<T>(t.rng);
     if (hi < lo) std::swap(lo, hi);
-    t.agree([&] { return matuniv_rescale(&t.a, scalar_of(lo), scalar_of(hi), nullptr, &t.ru); },
-            [&] { return M::rescale(t.ta(), lo, hi, nullptr, &t.rt); }, "rescale");
-    t.agree([&] { return matuniv_assign(&t.a, nullptr, &t.ru); }, [&] { return M::assign(t.ta(), nullptr, &t.rt); },
-            "assign");
-    t.agree([&] { return matuniv_assign_scalar(scalar_of(s), nullptr, &t.ru); },
-            [&] { return M::assign_scalar(s, nullptr, &t.rt); }, "assign_scalar");
+    AGREE(matuniv_rescale(a, scalar_of(lo), scalar_of(hi), nullptr, ru), M::rescale(A, lo, hi, nullptr, rt));
+    AGREE(matuniv_assign(a, nullptr, ru), M::assign(A, nullptr, rt));
+    AGREE(matuniv_assign_scalar(scalar_of(s), nullptr, ru), M::assign_scalar(s, nullptr, rt));
     EXPECT_TRUE(same_bits(values(t.rt), std::vector<T>(kN, s)));
 }
 
 TYPED_TEST(UnivAgrees, AbsoluteValue) {
     using T = TypeParam;
-    auto& t = *this;
+    OPERANDS(T);
     if constexpr (std::is_signed_v<T> || std::is_floating_point_v<T>) {
         const char* (*abs)(const detail::mat_t<T>*, void*, detail::mat_t<T>*) = nullptr;
         if constexpr (std::is_same_v<T, double>) abs = matdbl_abs;
         if constexpr (std::is_same_v<T, float>) abs = matflt_abs;
         if constexpr (std::is_same_v<T, int16_t>) abs = mats16_abs;
         if constexpr (std::is_same_v<T, int32_t>) abs = mats32_abs;
-        t.agree([&] { return matuniv_abs(&t.a, nullptr, &t.ru); }, [&] { return abs(t.ta(), nullptr, &t.rt); }, "abs");
-    } else {
-        ASSERT_EQ(message(matuniv_abs(&t.a, nullptr, &t.ru)), "");
-        EXPECT_TRUE(same_bits(values_of<T>(t.ru), values_of<T>(t.a)));
+        AGREE(matuniv_abs(a, nullptr, ru), abs(A, nullptr, rt));
+    } else {  // unsigned values are their own absolute values
+        ASSERT_EQ(message(matuniv_abs(a, nullptr, ru)), "");
+        EXPECT_TRUE(same_bits(values_of<T>(*ru), values_of<T>(*a)));
     }
 }
 
 TYPED_TEST(UnivAgrees, BitMembers) {
     using T = TypeParam;
-    auto& t = *this;
+    OPERANDS(T);
     if constexpr (std::is_unsigned_v<T>) {
         using M = typed_bits<T>;
-        t.agree([&] { return matuniv_bit_and(&t.a, &t.b, nullptr, &t.ru); },
-                [&] { return M::bit_and(t.ta(), t.tb(), nullptr, &t.rt); }, "and");
-        t.agree([&] { return matuniv_bit_or(&t.a, &t.b, nullptr, &t.ru); },
-                [&] { return M::bit_or(t.ta(), t.tb(), nullptr, &t.rt); }, "or");
-        t.agree([&] { return matuniv_bit_xor(&t.a, &t.b, nullptr, &t.ru); },
-                [&] { return M::bit_xor(t.ta(), t.tb(), nullptr, &t.rt); }, "xor");
-        t.agree([&] { return matuniv_bit_not(&t.a, nullptr, &t.ru); },
-                [&] { return M::bit_not(t.ta(), nullptr, &t.rt); }, "not");
-        const T s = draw<T>(t.rng);
-        t.agree([&] { return matuniv_bit_and_scalar(&t.a, scalar_of(s), nullptr, &t.ru); },
-                [&] { return M::and_scalar(t.ta(), s, nullptr, &t.rt); }, "and_scalar");
-        t.agree([&] { return matuniv_bit_or_scalar(&t.a, scalar_of(s), nullptr, &t.ru); },
-                [&] { return M::or_scalar(t.ta(), s, nullptr, &t.rt); }, "or_scalar");
-        t.agree([&] { return matuniv_bit_xor_scalar(&t.a, scalar_of(s), nullptr, &t.ru); },
-                [&] { return M::xor_scalar(t.ta(), s, nullptr, &t.rt); }, "xor_scalar");
+        AGREE(matuniv_bit_and(a, b, nullptr, ru), M::bit_and(A, B, nullptr, rt));
+        AGREE(matuniv_bit_or(a, b, nullptr, ru), M::bit_or(A, B, nullptr, rt));
+        AGREE(matuniv_bit_xor(a, b, nullptr, ru), M::bit_xor(A, B, nullptr, rt));
+        AGREE(matuniv_bit_not(a, nullptr, ru), M::bit_not(A, nullptr, rt));
+        AGREE(matuniv_bit_and_scalar(a, scalar_of(s), nullptr, ru), M::and_scalar(A, s, nullptr, rt));
+        AGREE(matuniv_bit_or_scalar(a, scalar_of(s), nullptr, ru), M::or_scalar(A, s, nullptr, rt));
+        AGREE(matuniv_bit_xor_scalar(a, scalar_of(s), nullptr, ru), M::xor_scalar(A, s, nullptr, rt));
         for (unsigned char n : {0, 1, 5, 7, 8, 15, 16, 31, 32, 200}) {
-            t.agree([&] { return matuniv_bit_shift_left(&t.a, n, nullptr, &t.ru); },
-                    [&] { return M::shift_left(t.ta(), T(n), nullptr, &t.rt); }, "shift_left");
-            t.agree([&] { return matuniv_bit_shift_right(&t.a, n, nullptr, &t.ru); },
-                    [&] { return M::shift_right(t.ta(), T(n), nullptr, &t.rt); }, "shift_right");
+            AGREE(matuniv_bit_shift_left(a, n, nullptr, ru), M::shift_left(A, T(n), nullptr, rt));
+            AGREE(matuniv_bit_shift_right(a, n, nullptr, ru), M::shift_right(A, T(n), nullptr, rt));
         }
     } else {
-        EXPECT_EQ(message(matuniv_bit_and(&t.a, &t.b, nullptr, &t.ru)), "Illegal data type");
+        EXPECT_EQ(message(matuniv_bit_and(a, b, nullptr, ru)), "Illegal data type");
     }
-}
-
-TYPED_TEST(UnivAgrees, OtherIntegerOperandsAreConvertedFirst) {
-    using T = TypeParam;
-    using M = typed<T>;
-    auto& t = *this;
-    std::vector<unsigned char> small(kN);
-    for (auto& x : small) x = (unsigned char)(t.rng() % 101);
-    _univ_mat a8 = make_univ<unsigned char>(kRows, kCols, small);
-    _univ_mat a16 = make_univ<int16_t>(kRows, kCols, std::vector<int16_t>(small.begin(), small.end()));
-    detail::mat_t<T> ca = make<T>(kRows, kCols, std::vector<T>(small.begin(), small.end()));
-    t.agree([&] { return matuniv_add(&a8, &a16, nullptr, &t.ru); }, [&] { return M::add(&ca, &ca, nullptr, &t.rt); },
-            "add of u8 and s16");
-    t.agree([&] { return matuniv_multiply_scalar(&a16, scalar_u8(3), nullptr, &t.ru); },
-            [&] { return M::multiply_scalar(&ca, T(3), nullptr, &t.rt); }, "multiply_scalar of s16");
 }
 
 using UnivSlices = ArenaTest;
