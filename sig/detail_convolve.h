@@ -7,9 +7,11 @@
 //
 // Arithmetic (`FilterArith<T>`): integers multiply and accumulate in their own width and wrap
 // (modulo 2^8, 2^16, 2^32); float, double and complex accumulate in double precision. Each output
-// is the sum over filter rows (outer) and columns (inner), starting from 0, and the interior path
-// (outputs whose window lies inside the data, no boundary tests) adds in the same order as the
-// border path, so both give the same numbers.
+// is the sum over filter rows (outer) and columns (inner), starting from 0. Each output row maps its
+// filter rows through the boundary rule once (a row of zeros stands for rows outside the data
+// under rule 0); columns whose window lies inside the data then run without boundary tests, and
+// only the few border columns read a precomputed column map. Every path adds in the same order,
+// so all give the same numbers.
 #pragma once
 
 #include <algorithm>
@@ -55,34 +57,28 @@ inline int64_t ceil_div(int64_t a, int64_t b) { return -floor_div(-a, b); }
 inline void interior(int64_t nout, int64_t n, int64_t step, int64_t base, int dir, int64_t len, int64_t* lo,
                      int64_t* hi) {
     const int64_t off_lo = dir > 0 ? base : base - (len - 1), off_hi = dir > 0 ? base + len - 1 : base;
-    *lo = std::max<int64_t>(0, ceil_div(-off_lo, step));
+    *lo = std::min<int64_t>(nout, std::max<int64_t>(0, ceil_div(-off_lo, step)));
     *hi = std::min<int64_t>(nout, floor_div(n - 1 - off_hi, step) + 1);
     if (*hi < *lo) *hi = *lo;
 }
 
-/// One output with the boundary rule applied to every tap.
+/// One output whose columns need the boundary rule: `rows[p]` is the data row under filter row p
+/// (a row of zeros outside the data under rule 0), `cols[q]` the mapped column under filter column
+/// q (-1: zero).
 template <class T>
-T border_point(const T* D, int64_t nr, int64_t nc, const T* W, int64_t fr, int64_t fc, const FilterWindow& g,
-               int32_t boundary, int64_t i, int64_t j) {
+T border_point(const T* const* rows, const int64_t* cols, const T* W, int64_t fr, int64_t fc) {
     using Ar = FilterArith<T>;
     typename Ar::acc a{};
-    const int64_t rb = i * g.rstep + g.r0, cb = j * g.cstep + g.c0;
-    for (int64_t p = 0; p < fr; ++p) {
-        const int64_t r = boundary_index(rb + g.rdir * p, nr, boundary);
-        for (int64_t q = 0; q < fc; ++q) {
-            const int64_t c = boundary_index(cb + g.cdir * q, nc, boundary);
-            const T d = (r < 0 || c < 0) ? T{} : D[r * nc + c];
-            a = Ar::mac(a, W[p * fc + q], d);
-        }
-    }
+    for (int64_t p = 0; p < fr; ++p)
+        for (int64_t q = 0; q < fc; ++q) a = Ar::mac(a, W[p * fc + q], cols[q] < 0 ? T{} : rows[p][cols[q]]);
     return Ar::out(a);
 }
 
-/// Interior outputs j in [jlo, jhi) of one row, blocks of K outputs held in registers. `rows[p]` is
-/// the data row under filter row p; columns are contiguous when cstep is 1.
+/// Outputs j in [jlo, jhi) of one row whose columns all lie inside the data, K at a time in
+/// registers; no boundary tests.
 template <class T, int K>
-MUTILS_CLONES void interior_row(const T* D, int64_t nc, const T* W, int64_t fr, int64_t fc, const int64_t* rows,
-                                const FilterWindow& g, int64_t jlo, int64_t jhi, T* y) {
+MUTILS_CLONES void interior_row(const T* const* rows, const T* W, int64_t fr, int64_t fc, const FilterWindow& g,
+                                int64_t jlo, int64_t jhi, T* y) {
     using Ar = FilterArith<T>;
     using A = typename Ar::acc;
     const int64_t cs = g.cstep;
@@ -90,33 +86,45 @@ MUTILS_CLONES void interior_row(const T* D, int64_t nc, const T* W, int64_t fr, 
     for (; j + K <= jhi; j += K) {
         A a[K];
         for (int k = 0; k < K; ++k) a[k] = A{};
-        for (int64_t p = 0; p < fr; ++p) {
-            const T* src = D + rows[p] * nc + j * cs + g.c0;
-            const T* w = W + p * fc;
-            if (cs == 1) {
-                for (int64_t q = 0; q < fc; ++q) {
-                    const T* s = src + g.cdir * q;
-                    const T wq = w[q];
-                    for (int k = 0; k < K; ++k) a[k] = Ar::mac(a[k], wq, s[k]);
-                }
-            } else {
-                for (int64_t q = 0; q < fc; ++q) {
-                    const T* s = src + g.cdir * q;
-                    const T wq = w[q];
-                    for (int k = 0; k < K; ++k) a[k] = Ar::mac(a[k], wq, s[k * cs]);
-                }
+        for (int64_t p = 0; p < fr; ++p)
+            for (int64_t q = 0; q < fc; ++q) {
+                const T* s = rows[p] + j * cs + g.c0 + g.cdir * q;
+                const T wq = W[p * fc + q];
+                for (int k = 0; k < K; ++k) a[k] = Ar::mac(a[k], wq, s[k * cs]);
             }
-        }
         for (int k = 0; k < K; ++k) y[j + k] = Ar::out(a[k]);
     }
     for (; j < jhi; ++j) {
         A a{};
         for (int64_t p = 0; p < fr; ++p) {
-            const T* src = D + rows[p] * nc + j * cs + g.c0;
-            for (int64_t q = 0; q < fc; ++q) a = Ar::mac(a, W[p * fc + q], src[g.cdir * q]);
+            const T* s = rows[p] + j * cs + g.c0;
+            for (int64_t q = 0; q < fc; ++q) a = Ar::mac(a, W[p * fc + q], s[g.cdir * q]);
         }
         y[j] = Ar::out(a);
     }
+}
+
+/// The double kernel for contiguous columns: 32 outputs in eight 4-wide registers per block.
+template <class T>
+MUTILS_CLONES void interior_row_unit(const T* const* rows, const T* W, int64_t fr, int64_t fc, const FilterWindow& g,
+                                     int64_t jlo, int64_t jhi, T* y) {
+    static_assert(std::is_same_v<T, double>);
+    typedef double v4 __attribute__((vector_size(32), aligned(8), __may_alias__));
+    constexpr int V = 8, K = 4 * V;
+    int64_t j = jlo;
+    for (; j + K <= jhi; j += K) {
+        v4 a[V];
+        for (int v = 0; v < V; ++v) a[v] = v4{0.0, 0.0, 0.0, 0.0};
+        for (int64_t p = 0; p < fr; ++p)
+            for (int64_t q = 0; q < fc; ++q) {
+                const double* s = rows[p] + j + g.c0 + g.cdir * q;
+                const double w = W[p * fc + q];
+                const v4 wv = {w, w, w, w};
+                for (int v = 0; v < V; ++v) a[v] = a[v] + wv * *reinterpret_cast<const v4*>(s + 4 * v);
+            }
+        for (int v = 0; v < V; ++v) *reinterpret_cast<v4*>(y + j + 4 * v) = a[v];
+    }
+    interior_row<double, 4>(rows, W, fr, fc, g, j, jhi, y);
 }
 
 }  // namespace filter_impl
@@ -128,21 +136,34 @@ const char* filter2d(const T* D, int64_t nr, int64_t nc, const T* W, int64_t fr,
                      int32_t boundary, T* Y, int64_t yr, int64_t yc, Poll& poll) {
     using namespace filter_impl;
     constexpr int K = std::is_same_v<T, _dcomplex> ? 4 : std::is_integral_v<T> && sizeof(T) < 4 ? 32 : 16;
-    int64_t ilo, ihi, jlo, jhi;
-    interior(yr, nr, g.rstep, g.r0, g.rdir, fr, &ilo, &ihi);
+    int64_t jlo, jhi;
     interior(yc, nc, g.cstep, g.c0, g.cdir, fc, &jlo, &jhi);
-    int64_t* rows = work_array<int64_t>(fr);
+    // Mapped columns of the border outputs (left of jlo, right of jhi), fc per output.
+    const int64_t nborder = jlo + (yc - jhi);
+    int64_t* cmap = work_array<int64_t>(std::max<int64_t>(1, nborder * fc));
+    for (int64_t b = 0; b < nborder; ++b) {
+        const int64_t j = b < jlo ? b : jhi + (b - jlo);
+        for (int64_t q = 0; q < fc; ++q) cmap[b * fc + q] = boundary_index(j * g.cstep + g.c0 + g.cdir * q, nc, boundary);
+    }
+    const T** rows = work_array<const T*>(fr);
+    const T* zeros = work_array_zero<T>(nc);
     const double cost = 4.0 * double(fr) * double(fc) * double(nc);
     for (int64_t i = 0; i < yr; ++i) {
-        T* y = Y + i * yc;
-        if (i >= ilo && i < ihi) {
-            for (int64_t p = 0; p < fr; ++p) rows[p] = i * g.rstep + g.r0 + g.rdir * p;
-            for (int64_t j = 0; j < jlo; ++j) y[j] = border_point(D, nr, nc, W, fr, fc, g, boundary, i, j);
-            interior_row<T, K>(D, nc, W, fr, fc, rows, g, jlo, jhi, y);
-            for (int64_t j = jhi; j < yc; ++j) y[j] = border_point(D, nr, nc, W, fr, fc, g, boundary, i, j);
-        } else {
-            for (int64_t j = 0; j < yc; ++j) y[j] = border_point(D, nr, nc, W, fr, fc, g, boundary, i, j);
+        for (int64_t p = 0; p < fr; ++p) {
+            const int64_t r = boundary_index(i * g.rstep + g.r0 + g.rdir * p, nr, boundary);
+            rows[p] = r < 0 ? zeros : D + r * nc;
         }
+        T* y = Y + i * yc;
+        for (int64_t j = 0; j < jlo; ++j) y[j] = border_point(rows, cmap + j * fc, W, fr, fc);
+        if constexpr (std::is_same_v<T, double>) {
+            if (g.cstep == 1)
+                interior_row_unit<T>(rows, W, fr, fc, g, jlo, jhi, y);
+            else
+                interior_row<T, K>(rows, W, fr, fc, g, jlo, jhi, y);
+        } else {
+            interior_row<T, K>(rows, W, fr, fc, g, jlo, jhi, y);
+        }
+        for (int64_t j = jhi; j < yc; ++j) y[j] = border_point(rows, cmap + (jlo + j - jhi) * fc, W, fr, fc);
         MUTILS_TRY(poll.add(cost));
     }
     return nullptr;
