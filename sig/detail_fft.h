@@ -45,6 +45,8 @@ class FftPlan {
 public:
     /// Sequences longer than this with a usable split n = n1 * n2 go through the split.
     static constexpr int64_t kSplitMin = 8192;
+    /// Columns (rows) of the split transformed together.
+    static constexpr int64_t kSplitBlock = 8;
 
     /// n >= 1; sign -1 forward (e^{-2 pi i nk/N}), +1 inverse (unscaled).
     FftPlan(int64_t n, int sign);
@@ -61,9 +63,10 @@ public:
 private:
     struct Stage {
         int radix;
-        int64_t m;          // sub-length after this pass / radix ... length of each butterfly leg
-        _dcomplex* tw;      // twiddles, (radix - 1) per leg index p
-        _dcomplex* rot;     // general radix: e^{sign 2 pi i j / radix}, j < radix
+        int64_t m;            // length left after this pass (the distance between butterfly legs)
+        _dcomplex* tw;        // twiddles, radix - 1 per leg index p < m
+        _dcomplex* rot;       // general radix: e^{sign 2 pi i j / radix} for j < radix
+        _dcomplex* scratch;   // general radix: sums and differences of one butterfly
     };
     struct Passes {
         Stage* stages = nullptr;
@@ -82,6 +85,8 @@ private:
     int64_t m_n1 = 1, m_n2 = 1;           // the split n = n1 * n2
     Passes m_cols, m_rows;                // short transforms of lengths n1 and n2
     UnitRoots m_twiddle;                  // e^{sign 2 pi i k / n}
+    _dcomplex* m_ta = nullptr;            // blocks of columns or rows in the split
+    _dcomplex* m_tb = nullptr;
 };
 
 /// The numeric power-of-two test of the Hartley and power-of-two cosine transforms:

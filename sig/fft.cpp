@@ -163,10 +163,10 @@ MUTILS_CLONES void pass5(const double* __restrict x, double* __restrict y, int64
 // m_u = a_0 + sum_t cos(2 pi t u / r) (a_t + a_{r-t}), n_u = sum_t sign sin(2 pi t u / r) (a_t - a_{r-t}).
 // Polls once per leg, since one leg of a long prime costs about r * r operations.
 const char* pass_odd(const _dcomplex* x, _dcomplex* y, int64_t s, int64_t m, int64_t r, const _dcomplex* tw,
-                     const _dcomplex* rot, Poll& poll) {
+                     const _dcomplex* rot, _dcomplex* scratch, Poll& poll) {
     const int64_t h = (r - 1) / 2;
-    _dcomplex* sum = work_array<_dcomplex>(h + 1);
-    _dcomplex* dif = work_array<_dcomplex>(h + 1);
+    _dcomplex* sum = scratch;
+    _dcomplex* dif = scratch + h + 1;
     for (int64_t p = 0; p < m; ++p) {
         for (int64_t q = 0; q < s; ++q) {
             const _dcomplex a0 = x[q + s * p];
@@ -204,7 +204,7 @@ const char* pass_odd(const _dcomplex* x, _dcomplex* y, int64_t s, int64_t m, int
 
 template <int Sg>
 const char* run_pass(int radix, const _dcomplex* x, _dcomplex* y, int64_t s, int64_t m, const _dcomplex* tw,
-                     const _dcomplex* rot, Poll& poll) {
+                     const _dcomplex* rot, _dcomplex* scratch, Poll& poll) {
     const double* xd = reinterpret_cast<const double*>(x);
     double* yd = reinterpret_cast<double*>(y);
     switch (radix) {
@@ -212,7 +212,7 @@ const char* run_pass(int radix, const _dcomplex* x, _dcomplex* y, int64_t s, int
         case 3: pass3<Sg>(xd, yd, s, m, tw); break;
         case 4: pass4<Sg>(xd, yd, s, m, tw); break;
         case 5: pass5<Sg>(xd, yd, s, m, tw); break;
-        default: return pass_odd(x, y, s, m, radix, tw, rot, poll);
+        default: return pass_odd(x, y, s, m, radix, tw, rot, scratch, poll);
     }
     return poll.add(6.0 * double(radix) * double(m) * double(s));
 }
@@ -273,8 +273,9 @@ FftPlan::Passes FftPlan::make_passes(int64_t n, int sign) {
         const UnitRoots w(ns, dir * kTwoPi / double(ns));
         for (int64_t p = 0; p < st.m; ++p)
             for (int64_t u = 1; u < r; ++u) st.tw[p * (r - 1) + u - 1] = w[p * u];
-        st.rot = nullptr;
+        st.rot = st.scratch = nullptr;
         if (r > 5) {
+            st.scratch = work_array<_dcomplex>(r + 1);
             st.rot = work_array<_dcomplex>(r);
             for (int64_t j = 0; j < r; ++j) {
                 const double a = kTwoPi * double(j) / double(r);
@@ -295,6 +296,9 @@ FftPlan::FftPlan(int64_t n, int sign) : m_n(n), m_sign(sign < 0 ? -1 : 1) {
             m_cols = make_passes(m_n1, m_sign);
             m_rows = make_passes(m_n2, m_sign);
             m_twiddle = UnitRoots(n, m_sign * kTwoPi / double(n));
+            const int64_t longest = m_n1 > m_n2 ? m_n1 : m_n2;
+            m_ta = work_array<_dcomplex>(longest * kSplitBlock);
+            m_tb = work_array<_dcomplex>(longest * kSplitBlock);
             return;
         }
     }
@@ -306,8 +310,8 @@ const char* FftPlan::run_passes(const Passes& ps, _dcomplex* a, _dcomplex* b, in
     int64_t s = count;
     for (int i = 0; i < ps.count; ++i) {
         const Stage& st = ps.stages[i];
-        const char* err = m_sign < 0 ? run_pass<-1>(st.radix, a, b, s, st.m, st.tw, st.rot, poll)
-                                     : run_pass<1>(st.radix, a, b, s, st.m, st.tw, st.rot, poll);
+        const char* err = m_sign < 0 ? run_pass<-1>(st.radix, a, b, s, st.m, st.tw, st.rot, st.scratch, poll)
+                                     : run_pass<1>(st.radix, a, b, s, st.m, st.tw, st.rot, st.scratch, poll);
         MUTILS_TRY(err);
         s *= st.radix;
         std::swap(a, b);
@@ -321,11 +325,10 @@ const char* FftPlan::run_passes(const Passes& ps, _dcomplex* a, _dcomplex* b, in
 //      each result multiplied by w_n^{i2 k1} and put back in place;
 //   2. length-n2 transforms along the rows k1 (B rows at a time, interleaved), written transposed.
 const char* FftPlan::run_split(_dcomplex* data, _dcomplex* work, Poll& poll, _dcomplex** result) const {
-    constexpr int64_t B = 8;
+    constexpr int64_t B = kSplitBlock;
     const int64_t n1 = m_n1, n2 = m_n2;
-    const int64_t longest = n1 > n2 ? n1 : n2;
-    _dcomplex* ta = work_array<_dcomplex>(longest * B);
-    _dcomplex* tb = work_array<_dcomplex>(longest * B);
+    _dcomplex* ta = m_ta;
+    _dcomplex* tb = m_tb;
     for (int64_t c0 = 0; c0 < n2; c0 += B) {
         const int64_t nb = c0 + B <= n2 ? B : n2 - c0;
         for (int64_t i1 = 0; i1 < n1; ++i1) std::memcpy(ta + i1 * nb, data + i1 * n2 + c0, sizeof(_dcomplex) * nb);
