@@ -47,46 +47,46 @@
 namespace mutils {
 
 MUTILS_API const char* sigdbl_convolve(const _double_mat* data, const _double_mat* filter, int32_t rstep, int32_t cstep,
-                                  int32_t rorig, int32_t corig, _mutil_boundary_type boundary, void* intrp_ptr,
-                                  _double_mat* result);
-MUTILS_API const char* sigdbl_correlate(const _double_mat* data, const _double_mat* filter, int32_t rstep, int32_t cstep,
-                                  int32_t rorig, int32_t corig, _mutil_boundary_type boundary, void* intrp_ptr,
-                                  _double_mat* result);
+                                       int32_t rorig, int32_t corig, _mutil_boundary_type boundary, void* intrp_ptr,
+                                       _double_mat* result);
+MUTILS_API const char* sigdbl_correlate(const _double_mat* data, const _double_mat* filter, int32_t rstep,
+                                        int32_t cstep, int32_t rorig, int32_t corig, _mutil_boundary_type boundary,
+                                        void* intrp_ptr, _double_mat* result);
 MUTILS_API const char* sigu8_convolve(const _uint8_mat* data, const _uint8_mat* filter, int32_t rstep, int32_t cstep,
-                                  int32_t rorig, int32_t corig, _mutil_boundary_type boundary, void* intrp_ptr,
-                                  _uint8_mat* result);
+                                      int32_t rorig, int32_t corig, _mutil_boundary_type boundary, void* intrp_ptr,
+                                      _uint8_mat* result);
 MUTILS_API const char* sigu8_correlate(const _uint8_mat* data, const _uint8_mat* filter, int32_t rstep, int32_t cstep,
-                                  int32_t rorig, int32_t corig, _mutil_boundary_type boundary, void* intrp_ptr,
-                                  _uint8_mat* result);
+                                       int32_t rorig, int32_t corig, _mutil_boundary_type boundary, void* intrp_ptr,
+                                       _uint8_mat* result);
 MUTILS_API const char* sigu16_convolve(const _uint16_mat* data, const _uint16_mat* filter, int32_t rstep, int32_t cstep,
-                                  int32_t rorig, int32_t corig, _mutil_boundary_type boundary, void* intrp_ptr,
-                                  _uint16_mat* result);
-MUTILS_API const char* sigu16_correlate(const _uint16_mat* data, const _uint16_mat* filter, int32_t rstep, int32_t cstep,
-                                  int32_t rorig, int32_t corig, _mutil_boundary_type boundary, void* intrp_ptr,
-                                  _uint16_mat* result);
+                                       int32_t rorig, int32_t corig, _mutil_boundary_type boundary, void* intrp_ptr,
+                                       _uint16_mat* result);
+MUTILS_API const char* sigu16_correlate(const _uint16_mat* data, const _uint16_mat* filter, int32_t rstep,
+                                        int32_t cstep, int32_t rorig, int32_t corig, _mutil_boundary_type boundary,
+                                        void* intrp_ptr, _uint16_mat* result);
 MUTILS_API const char* sigs32_convolve(const _sint32_mat* data, const _sint32_mat* filter, int32_t rstep, int32_t cstep,
-                                  int32_t rorig, int32_t corig, _mutil_boundary_type boundary, void* intrp_ptr,
-                                  _sint32_mat* result);
-MUTILS_API const char* sigs32_correlate(const _sint32_mat* data, const _sint32_mat* filter, int32_t rstep, int32_t cstep,
-                                  int32_t rorig, int32_t corig, _mutil_boundary_type boundary, void* intrp_ptr,
-                                  _sint32_mat* result);
-MUTILS_API const char* sigcpx_convolve(const _dcomplex_mat* data, const _dcomplex_mat* filter, int32_t rstep, int32_t cstep,
-                                  int32_t rorig, int32_t corig, _mutil_boundary_type boundary, void* intrp_ptr,
-                                  _dcomplex_mat* result);
-MUTILS_API const char* sigcpx_correlate(const _dcomplex_mat* data, const _dcomplex_mat* filter, int32_t rstep, int32_t cstep,
-                                  int32_t rorig, int32_t corig, _mutil_boundary_type boundary, void* intrp_ptr,
-                                  _dcomplex_mat* result);
+                                       int32_t rorig, int32_t corig, _mutil_boundary_type boundary, void* intrp_ptr,
+                                       _sint32_mat* result);
+MUTILS_API const char* sigs32_correlate(const _sint32_mat* data, const _sint32_mat* filter, int32_t rstep,
+                                        int32_t cstep, int32_t rorig, int32_t corig, _mutil_boundary_type boundary,
+                                        void* intrp_ptr, _sint32_mat* result);
+MUTILS_API const char* sigcpx_convolve(const _dcomplex_mat* data, const _dcomplex_mat* filter, int32_t rstep,
+                                       int32_t cstep, int32_t rorig, int32_t corig, _mutil_boundary_type boundary,
+                                       void* intrp_ptr, _dcomplex_mat* result);
+MUTILS_API const char* sigcpx_correlate(const _dcomplex_mat* data, const _dcomplex_mat* filter, int32_t rstep,
+                                        int32_t cstep, int32_t rorig, int32_t corig, _mutil_boundary_type boundary,
+                                        void* intrp_ptr, _dcomplex_mat* result);
 MUTILS_API const char* siguniv_convolve(const _univ_mat* data, const _univ_mat* filter, int32_t rstep, int32_t cstep,
-                                  int32_t rorig, int32_t corig, _mutil_boundary_type boundary, void* intrp_ptr,
-                                  _univ_mat* result);
+                                        int32_t rorig, int32_t corig, _mutil_boundary_type boundary, void* intrp_ptr,
+                                        _univ_mat* result);
 MUTILS_API const char* siguniv_correlate(const _univ_mat* data, const _univ_mat* filter, int32_t rstep, int32_t cstep,
-                                  int32_t rorig, int32_t corig, _mutil_boundary_type boundary, void* intrp_ptr,
-                                  _univ_mat* result);
+                                         int32_t rorig, int32_t corig, _mutil_boundary_type boundary, void* intrp_ptr,
+                                         _univ_mat* result);
 MUTILS_API const char* sigset_convolve(const _mat_set* data, const _mat_set* filter, const _sint32_mat* rstep,
-                                  const _sint32_mat* cstep, const _sint32_mat* rorig, const _sint32_mat* corig,
-                                  _mutil_boundary_type boundary, void* intrp_ptr, _mat_set* result);
+                                       const _sint32_mat* cstep, const _sint32_mat* rorig, const _sint32_mat* corig,
+                                       _mutil_boundary_type boundary, void* intrp_ptr, _mat_set* result);
 MUTILS_API const char* sigset_correlate(const _mat_set* data, const _mat_set* filter, const _sint32_mat* rstep,
-                                  const _sint32_mat* cstep, const _sint32_mat* rorig, const _sint32_mat* corig,
-                                  _mutil_boundary_type boundary, void* intrp_ptr, _mat_set* result);
+                                        const _sint32_mat* cstep, const _sint32_mat* rorig, const _sint32_mat* corig,
+                                        _mutil_boundary_type boundary, void* intrp_ptr, _mat_set* result);
 
 }  // namespace mutils

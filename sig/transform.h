@@ -7,16 +7,20 @@
 // may be `in`), polls the interrupt and returns null on success or "interrupted" (`out` then holds
 // partial data).
 //
-// | operation                         | transforms                                        | inverse flag       |
-// |-----------------------------------|---------------------------------------------------|--------------------|
-// | `*_transform_discrete_fourier`    | every column, down the rows; a 1 x N row comes     | exactly 1 inverse, |
-// |                                   | back unchanged (pass a row as an N x 1 column)     | else forward       |
-// | `*_discrete_cosine_II[_inverse]`  | a vector along its length, a matrix column by      | (separate members) |
-// |                                   | column                                             |                    |
-// | `*_discrete_cosine_II_2d[_pow2]`  | columns and rows; a vector with more than one      | any non-zero value |
-// |                                   | element: "array size mismatch"; 1 x 1: copied      |                    |
-// | `*_discrete_cosine_II[_inverse]_pow2`, `*_hartley` | vectors of power-of-two length only; any other |  (separate)  |
-// |                                   | shape or length: "array size mismatch"; 1 x 1: copied |                 |
+// | operations                               | what is transformed                     | inverse flag        |
+// |------------------------------------------|-----------------------------------------|---------------------|
+// | `*_transform_discrete_fourier`           | every column, down the rows; a 1 x N    | exactly 1: inverse; |
+// |                                          | row comes back unchanged (pass a row as | any other: forward  |
+// |                                          | an N x 1 column)                        |                     |
+// | `*_discrete_cosine_II`, `_II_inverse`    | a vector along its length, a matrix     | separate members    |
+// |                                          | column by column                        |                     |
+// | `*_discrete_cosine_II_2d`, `_2d_pow2`    | columns and rows; a vector of more than | any non-zero value: |
+// |                                          | one element: "array size mismatch";     | inverse             |
+// |                                          | 1 x 1: copied                           |                     |
+// | `*_discrete_cosine_II_pow2`,             | vectors of power-of-two length only;    | separate members    |
+// | `_II_inverse_pow2`, `*_transform_hartley`| other shapes and lengths: "array size   |                     |
+// |                                          | mismatch"; 1 x 1: copied                |                     |
+// The two-dimensional power-of-two member also needs both sizes to be powers of two.
 //
 // Definitions (N the transform length, n and k from 0):
 //   Fourier forward  X_k = sum_n x_n e^{-2 pi i nk/N};  inverse x_n = (1/N) sum_k X_k e^{+2 pi i nk/N}
