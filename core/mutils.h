@@ -33,6 +33,9 @@
 // Image processing
 
 // Signal processing
+#include "../sig/transform.h"
+#include "../sig/convolve.h"
+#include "../sig/sample.h"
 
 // Wavelets
 
