@@ -27,6 +27,8 @@
 // Image processing
 
 // Signal processing
+#include "../sig/window.h"
+#include "../sig/timefreq.h"
 
 // Wavelets
 
