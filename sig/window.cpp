@@ -1,6 +1,8 @@
 #include "window.h"
 
+#include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "detail_double.h"
 
@@ -194,9 +196,17 @@ const char* chebyshev(double attenuation_db, void* intrp, _double_mat* w) {
     }
     const double ripple = std::pow(10.0, -attenuation_db / 20.0);
     const double c = (ripple + 1.0) / ripple;
-    const double df = std::acos(1.0 / std::cosh(arccosh(c) / double(n - 1))) / kPi;
-    const double x0 = (3.0 - std::cos(2.0 * kPi * df)) / (1.0 + std::cos(2.0 * kPi * df));
+    if (!std::isfinite(c)) return msg::illegal_data_value;  // past about 6150 dB the ratio overflows
+    const double beta = std::cosh(arccosh(c) / double(n - 1));
+    const double df = std::acos(1.0 / beta) / kPi;  // half width of the main lobe
+    double x0 = (3.0 - std::cos(2.0 * kPi * df)) / (1.0 + std::cos(2.0 * kPi * df));
+    // Past about 300 dB on short windows df rounds to 1/2 and the quotient above overflows;
+    // 2 beta^2 - 1 is the same value in real arithmetic.
+    if (!std::isfinite(x0)) x0 = 2.0 * beta * beta - 1.0;
     const double order = double(n - 1) / 2.0;
+    // x can fall below -1 only by rounding, which is below 1e-12 unless x0 is huge (thousands,
+    // at attenuations far past 100 dB on short windows): then it is a few units in x0's last place.
+    const double below = std::max(1e-12, 8.0 * std::numeric_limits<double>::epsilon() * (x0 + 1.0));
     const bool even = n % 2 == 0;
 
     // Each work array holds N spectrum values, then N values of the transform's tables.
@@ -208,7 +218,7 @@ const char* chebyshev(double attenuation_db, void* intrp, _double_mat* w) {
         double x = ((x0 + 1.0) / 2.0) * std::cos(2.0 * kPi * f) + (x0 - 1.0) / 2.0;
         // At f = 1/2 (even N) x is -1 exactly in real arithmetic but may round a hair below;
         // arccosh there would be a NaN that the transform spreads over every sample.
-        if (x < -1.0 && x >= -1.0 - 1e-12) x = -1.0;
+        if (x < -1.0 && x >= -1.0 - below) x = -1.0;
         const double p = std::fabs(x) > 1.0 ? ripple * std::cosh(order * arccosh(x))
                                             : ripple * std::cos(order * std::acos(x));
         pr[j] = pi[j] = p;

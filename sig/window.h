@@ -27,9 +27,10 @@
 // Every window except kaiser is exactly symmetric: the first half is computed and mirrored.
 // I0 is the two-range polynomial approximation of the modified Bessel function (relative error
 // below 2e-7). The chebyshev window is the inverse DFT of the sampled Chebyshev polynomial
-// (a direct sum, O(N^2)); a value of the polynomial argument within 1e-12 below -1 (rounding at
-// the Nyquist sample of even N) is taken as -1, so every sample is finite for attenuations up
-// to about 3000 dB; far beyond, where 10^(-attenuation/20) underflows, samples are not numbers.
+// (a direct sum, O(N^2)). Its argument can fall below -1 only by rounding (at the Nyquist
+// sample of even N); such a value (within 1e-12, or a few units in the last place of the
+// polynomial's largest argument where that is larger) is taken as -1, so every sample is
+// finite. Attenuations at which 10^(attenuation/20) overflows (above about 6150 dB) are refused.
 //
 // Messages, in the order checked (a typed member raises through `Hux::Throw` for an invalid
 // record, "null pointer" / "array size mismatch"):
@@ -39,7 +40,7 @@
 // | raised cosine ratio outside [0, 1] (or NaN)      | "Illegal data value" (before the shape)|
 // | result not a vector                              | "array size mismatch"                  |
 // | gaussian alpha <= 0, kaiser beta < 0, chebyshev  | "Illegal data value" (after the shape) |
-// | attenuation < 0 (NaN parameters likewise)        |                                        |
+// | attenuation < 0 or above ~6150 dB (NaN likewise) |                                        |
 // | `siguniv_` result null / not double              | "null pointer" / "Illegal data type"   |
 // | interrupt requested                              | "interrupted" (result partly written)  |
 //

@@ -118,6 +118,14 @@ TEST_F(WindowTest, ChebyshevSweepIsFiniteSymmetricWithUnitCentre) {
     }
 }
 
+// Far past any useful attenuation the polynomial's arguments grow huge and the lobe width
+// rounds to 1/2; the samples stay numbers.
+TEST_F(WindowTest, ChebyshevStaysFiniteAtExtremeAttenuations) {
+    for (int32_t n : {3, 4, 20, 64})
+        for (double db : {340.0, 1000.0, 3100.0, 6000.0})
+            for (double v : chebyshev(n, db)) ASSERT_TRUE(std::isfinite(v)) << n << " " << db;
+}
+
 // The spectrum of the window: a main lobe of half width df and equal side lobes at
 // ripple / (1 + ripple) of the peak, ripple = 10^(-dB/20).
 TEST_F(WindowTest, ChebyshevSideLobesSitAtTheRequestedAttenuation) {
@@ -163,6 +171,8 @@ TEST_F(WindowTest, BadResultsAndParametersGiveTheirMessages) {
     EXPECT_EQ(message(sigdbl_window_kaiser(-1, nullptr, &square)), "array size mismatch");
     EXPECT_EQ(message(sigdbl_window_chebyshev(-1, nullptr, &row)), "Illegal data value");
     EXPECT_EQ(message(sigdbl_window_chebyshev(NAN, nullptr, &row)), "Illegal data value");
+    EXPECT_EQ(message(sigdbl_window_chebyshev(7000, nullptr, &row)), "Illegal data value");
+    EXPECT_EQ(message(sigdbl_window_chebyshev(INFINITY, nullptr, &row)), "Illegal data value");
     _double_mat broken{1, 3, 2, row.data};
     EXPECT_EQ(raised([&] { sigdbl_window_chebyshev(10, nullptr, &broken); }), "array size mismatch");
 }
