@@ -158,7 +158,7 @@ const char* custom(const _double_mat* x, int32_t step, const _double_mat* k, voi
         const int64_t lags = std::min(nrow - 1, len - t);
         const int64_t nu = std::min(krow, len - t) - 1;
         for (int64_t m = lags - 1; m >= 0; --m) at(r, m, j) = kernel_sum(y, weights + m * krow, t, m, nu);
-        MUTILS_TRY(poll.add(200.0 * double(kcol) + 50.0 * double(krow) * double(std::max<int64_t>(lags, 0))));
+        MUTILS_TRY(poll.add(200.0 * double(kcol) + 50.0 * double(krow) * double(lags)));
     }
     return nullptr;
 }

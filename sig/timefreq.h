@@ -6,9 +6,9 @@
 // lag m/2 in samples (half-sample lags for odd m), column j the j-th output time. With
 // a = floor(m/2) and b = m - a, the lag product at time t is
 //     P(t, m) = 0.5 (x[t - a] x[t + b] + x[t - b] x[t + a])
-// (x[t - m/2] x[t + m/2] for even m). Samples outside the signal read as zero: this only arises
-// where the lag rows reach past the signal (nrow(R) above L for Wigner, above L/2 for
-// Margenau-Hill) and is never an out-of-bounds read.
+// (x[t - m/2] x[t + m/2] for even m). Samples outside the signal read as zero; this arises only
+// at early times of a result with many lag rows (Wigner, Margenau-Hill) and where a kernel
+// reaches past either end.
 //
 // | distribution   | column j                                                                    |
 // |----------------|-----------------------------------------------------------------------------|
@@ -16,16 +16,16 @@
 // |                | each multiple of step it is copied into the next column and cleared (so for |
 // |                | step > 1 a column sums step consecutive times). For t < M lags m < t are    |
 // |                | summed and rows 0 ... M-1 copied; later lags m < min(nrow, L - t). M > L:   |
-// |                | all zero. M = L: only R[0][0] = x[L-1]^2 (kept deliberately).              |
-// | margeneau_hill | t = j step (times between are skipped); R[m][j] = 0.5 x[t] (x[t+m] + x[t-m])|
+// |                | all zero. M = L: only R[0][0] = x[L-1]^2 (kept deliberately).               |
+// | margeneau_hill | t = j step (times between skipped); R[m][j] = 0.5 x[t] (x[t+m] + x[t-m])    |
 // |                | for m < t while t < nrow - 1, then m < min(nrow, L - t). nrow >= L: zero.   |
 // | cone           | sum over s = max(0, t - m) ... t of x[s] x[s + m] (a cone widening with the |
 // |                | lag), for m < min(nrow, L - t), t = j step; updated recursively in O(nrow)  |
 // |                | per time. Column 0 is x[m] x[0]. nrow >= L: zero.                           |
 // | born_jordan    | the cone result with row m divided by m + 1                                 |
-// | choi_williams  | custom with the kernel `sigdbl_kernel_choi_williams(nrow(R), L, sigma)`    |
+// | choi_williams  | custom with the kernel `sigdbl_kernel_choi_williams(nrow(R), L, sigma)`     |
 // | custom         | t = j step; rows m filled as                                                |
-// |                |   K[0][m] P(t, m) + sum_{u=1..nu} K[u][m] (y[t+a'] y[t-b'] + y[t+b'] y[t-a'])|
+// |                |  K[0][m] P(t,m) + sum_{u=1..nu} K[u][m] (y[t+a'] y[t-b'] + y[t+b'] y[t-a']) |
 // |                | with a' = (m+u)/2 and b' = (m-u+1)/2 truncated toward zero and y the signal |
 // |                | zero-padded; while t < floor((nrow(K)+ncol(K))/2): m < min(nrow-1, 2t),     |
 // |                | nu = min(nrow(K), 2t-m) - 1; later (up to min(ncol(R), L) columns):         |
@@ -45,7 +45,7 @@
 // |------------------------------------------------------------|------------------------|
 // | x not a vector; custom: ncol(K) != nrow(R) or ncol(K) > L  | "array size mismatch"  |
 // | step < 1; sigma <= 0 (or NaN); kernel nlag or nmax < 1     | "Illegal data value"   |
-// | `siguniv_` matrix null / not double (kernel: type != double)| "null pointer" /      |
+// | `siguniv_` matrix null / not double (kernel: type argument)| "null pointer" /       |
 // |                                                            | "Illegal data type"    |
 // | interrupt requested                                        | "interrupted"          |
 //

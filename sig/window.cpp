@@ -12,11 +12,8 @@ namespace {
 
 constexpr double kPi = 3.14159265358979323846;
 
-// Nominal work per sample, for the interrupt poll.
-constexpr double kCostPlain = 5.0;
-constexpr double kCostCosine = 50.0;
-constexpr double kCostBlackman = 100.0;
-constexpr double kCostNuttall = 200.0;
+// Nominal work per sample for the interrupt poll: 5 for plain fills, 50 for one cosine, 100
+// for blackman and gaussian, 200 for nuttall and kaiser, plus 500 per Bessel evaluation.
 constexpr double kCostBessel = 500.0;
 
 /// Validates the result record (raising) and requires a vector.
@@ -48,31 +45,31 @@ template <class F> const char* symmetric(_double_mat* w, double cost, void* intr
 }
 
 const char* rectangle(void* intrp, _double_mat* w) {
-    return symmetric(w, kCostPlain, intrp, [](int64_t, int64_t) { return 1.0; });
+    return symmetric(w, 5.0, intrp, [](int64_t, int64_t) { return 1.0; });
 }
 
 const char* triangle(void* intrp, _double_mat* w) {
-    return symmetric(w, kCostPlain, intrp, [](int64_t k, int64_t n) {
+    return symmetric(w, 5.0, intrp, [](int64_t k, int64_t n) {
         return k < n / 2 ? 2.0 * double(k + 1) / double(n + 1) : 1.0;
     });
 }
 
 /// Hanning and blackman leave out the zero end points: n is shifted by one and the period is N + 1.
 const char* hanning(void* intrp, _double_mat* w) {
-    return symmetric(w, kCostCosine, intrp, [](int64_t k, int64_t n) {
+    return symmetric(w, 50.0, intrp, [](int64_t k, int64_t n) {
         return 0.5 * (1.0 - std::cos(2.0 * kPi * double(k + 1) / double(n + 1)));
     });
 }
 
 /// N = 1 divides by zero and gives a non-number; deliberately not guarded.
 const char* hamming(void* intrp, _double_mat* w) {
-    return symmetric(w, kCostCosine, intrp, [](int64_t k, int64_t n) {
+    return symmetric(w, 50.0, intrp, [](int64_t k, int64_t n) {
         return 0.54 - 0.46 * std::cos(2.0 * kPi * double(k) / double(n - 1));
     });
 }
 
 const char* blackman(void* intrp, _double_mat* w) {
-    return symmetric(w, kCostBlackman, intrp, [](int64_t k, int64_t n) {
+    return symmetric(w, 100.0, intrp, [](int64_t k, int64_t n) {
         const double x = 2.0 * kPi * double(k + 1) / double(n + 1);
         return 0.42 - 0.5 * std::cos(x) + 0.08 * std::cos(2.0 * x);
     });
@@ -80,7 +77,7 @@ const char* blackman(void* intrp, _double_mat* w) {
 
 /// The end samples are forced to exactly zero (the formula would leave 0.0003628 there).
 const char* nuttall(void* intrp, _double_mat* w) {
-    return symmetric(w, kCostNuttall, intrp, [](int64_t k, int64_t n) {
+    return symmetric(w, 200.0, intrp, [](int64_t k, int64_t n) {
         if (k == 0 || k == n - 1) return 0.0;
         const double x = 2.0 * kPi * double(k) / double(n - 1);
         return 0.3635819 - 0.4891775 * std::cos(x) + 0.1365995 * std::cos(2.0 * x) -
@@ -89,7 +86,7 @@ const char* nuttall(void* intrp, _double_mat* w) {
 }
 
 const char* born_jordan(void* intrp, _double_mat* w) {
-    return symmetric(w, kCostPlain, intrp, [](int64_t k, int64_t n) { return 1.0 / double((n - 1) / 2 - k + 1); });
+    return symmetric(w, 5.0, intrp, [](int64_t k, int64_t n) { return 1.0 / double((n - 1) / 2 - k + 1); });
 }
 
 const char* raised_cosine(double ratio, void* intrp, _double_mat* w) {
@@ -100,14 +97,14 @@ const char* raised_cosine(double ratio, void* intrp, _double_mat* w) {
     const int64_t taper = int64_t(std::floor(ratio * double(w->nelem)));
     const double step = 2.0 * kPi / double(taper + 1);
     Poll poll(intrp);
-    return fill_pairs(w, taper / 2, kCostCosine, poll,
+    return fill_pairs(w, taper / 2, 50.0, poll,
                       [&](int64_t k, int64_t) { return 0.5 * (1.0 - std::cos(double(k + 1) * step)); });
 }
 
 const char* gaussian(double alpha, void* intrp, _double_mat* w) {
     MUTILS_TRY(require_window(w));
     if (!(alpha > 0.0)) return msg::illegal_data_value;
-    return symmetric(w, kCostBlackman, intrp, [&](int64_t k, int64_t n) {
+    return symmetric(w, 100.0, intrp, [&](int64_t k, int64_t n) {
         if (k >= n / 2) return 1.0;  // the middle sample of an odd length
         const double t = (0.5 - double(k) / double(n - 1)) * 2.0 * alpha;
         return std::exp(-t * t / 2.0);
@@ -145,11 +142,12 @@ const char* kaiser(double beta, void* intrp, _double_mat* w) {
     for (int64_t k = 0; k < n; ++k) {
         const int64_t q = (2 * k - 1 - n) / n;
         d[k] = a * std::sqrt(1.0 - double(q * q));  // N = 1: the root of -3, not a number
-        MUTILS_TRY(poll.add(kCostNuttall));
+        MUTILS_TRY(poll.add(200.0));
     }
     MUTILS_TRY(bessel_i0(d, n, poll));
     MUTILS_TRY(bessel_i0(&a, 1, poll));  // the same routine, so I0(a) / I0(a) is exactly 1
-    for (int64_t k = 0; k < n; ++k) d[k] /= a;
+    // Equal values give exactly 1, also where I0 overflows (beta above about 225).
+    for (int64_t k = 0; k < n; ++k) d[k] = d[k] == a ? 1.0 : d[k] / a;
     return nullptr;
 }
 
@@ -227,7 +225,7 @@ const char* chebyshev(double attenuation_db, void* intrp, _double_mat* w) {
             pr[j] = sign * p * std::cos(kPi * f);
             pi[j] = -sign * p * std::sin(kPi * f);
         }
-        MUTILS_TRY(poll.add(kCostCosine));
+        MUTILS_TRY(poll.add(50.0));
     }
 
     // The transform's first half goes to the result's first half; normalised by the centre

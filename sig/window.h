@@ -10,13 +10,13 @@
 // | triangle       | w[k] = w[N-1-k] = 2(k+1)/(N+1) for k < floor(N/2); odd N: middle 1.0         |
 // | hanning        | 0.5(1 - cos(2pi(n+1)/(N+1))): no zero end points (N = 1 gives 1.0)           |
 // | hamming        | 0.54 - 0.46 cos(2pi n/(N-1)) (N = 1 divides by zero: not a number)           |
-// | blackman       | 0.42 - 0.5 cos(2pi(n+1)/(N+1)) + 0.08 cos(4pi(n+1)/(N+1)): no zero ends     |
+// | blackman       | 0.42 - 0.5 cos(2pi(n+1)/(N+1)) + 0.08 cos(4pi(n+1)/(N+1)): no zero ends      |
 // | nuttall        | ends exactly 0.0; inside, x = 2pi n/(N-1):                                   |
 // |                | 0.3635819 - 0.4891775 cos x + 0.1365995 cos 2x - 0.0106411 cos 3x            |
 // | gaussian       | w[k] = w[N-1-k] = exp(-t^2/2), t = (0.5 - k/(N-1)) 2 alpha, k < floor(N/2);  |
 // |                | odd N: middle 1.0                                                            |
 // | raised cosine  | 1.0, except the two tapers of floor(floor(ratio N)/2) samples each:          |
-// |                | w[k] = w[N-1-k] = 0.5(1 - cos((k+1) 2pi/(L+1))), L = floor(ratio N)         |
+// |                | w[k] = w[N-1-k] = 0.5(1 - cos((k+1) 2pi/(L+1))), L = floor(ratio N)          |
 // | kaiser         | w[0] = 1/I0(beta pi (N-1)/N), every other sample exactly 1.0 (N = 1: not a   |
 // |                | number); the lag term is an integer quotient, so this is not the textbook    |
 // |                | Kaiser taper and not symmetric                                               |
@@ -37,9 +37,9 @@
 //
 // | situation                                        | message                                |
 // |--------------------------------------------------|----------------------------------------|
-// | raised cosine ratio outside [0, 1] (or NaN)      | "Illegal data value" (before the shape)|
+// | raised cosine ratio outside [0, 1] (or NaN)      | "Illegal data value", before the shape |
 // | result not a vector                              | "array size mismatch"                  |
-// | gaussian alpha <= 0, kaiser beta < 0, chebyshev  | "Illegal data value" (after the shape) |
+// | gaussian alpha <= 0, kaiser beta < 0, chebyshev  | "Illegal data value", after the shape  |
 // | attenuation < 0 or above ~6150 dB (NaN likewise) |                                        |
 // | `siguniv_` result null / not double              | "null pointer" / "Illegal data type"   |
 // | interrupt requested                              | "interrupted" (result partly written)  |

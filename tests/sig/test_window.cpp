@@ -67,6 +67,7 @@ TEST_F(WindowTest, KaiserTapersOnlyTheFirstSample) {
         EXPECT_EQ(Samples(w.begin() + 1, w.end()), Samples(n - 1, 1.0));
     }
     EXPECT_EQ(window(5, with(sigdbl_window_kaiser, 0)), Samples(5, 1.0));
+    EXPECT_EQ(window(4, with(sigdbl_window_kaiser, 400)), (Samples{0, 1, 1, 1}));  // I0 overflows
 }
 
 // Even lengths sample the polynomial exactly at the Nyquist frequency, where rounding may put
