@@ -36,6 +36,8 @@
 #include "../sig/transform.h"
 #include "../sig/convolve.h"
 #include "../sig/sample.h"
+#include "../sig/window.h"
+#include "../sig/timefreq.h"
 
 // Wavelets
 
