@@ -29,9 +29,12 @@
 // Signal processing
 
 // Wavelets
+#include "../wav/modwt.h"
 
 // Boundary chains and polygons
+#include "../pgn/chain.h"
 
 // Quantizers
 
 // Optical flow
+#include "../vid/flow.h"
