@@ -3,6 +3,11 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <cstdint>
+#include <cstring>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "../core/detail.h"
 #include "../mat/cast.h"
@@ -39,19 +44,24 @@ template <class F> inline void segments(int64_t t0, int64_t m, int64_t p, int64_
     }
 }
 
-// a[t] = sum_l fa[l] v[(t + off[l]) mod n], and b likewise with fb (analysis of one level).
+// One analysis level: wcol[t * stride] = sum_l fa[l] v[(t + off[l]) mod n], vcol[t * stride] and
+// next[t] likewise with fb. The sums of a block are formed in local accumulators and then
+// written to the two result columns and to the next level's contiguous input.
 MUTILS_CLONES
 void analysis_pair(const double* __restrict v, int64_t n, const double* fa, const double* fb, int32_t L,
-                   const int64_t* off, double* __restrict a, double* __restrict b) {
+                   const int64_t* off, double* __restrict wcol, double* __restrict vcol, int64_t stride,
+                   double* __restrict next) {
+    alignas(64) double a[kBlock];
+    alignas(64) double b[kBlock];
     for (int64_t t0 = 0; t0 < n; t0 += kBlock) {
         const int64_t m = std::min(kBlock, n - t0);
-        std::fill(a + t0, a + t0 + m, 0.0);
-        std::fill(b + t0, b + t0 + m, 0.0);
+        std::fill(a, a + m, 0.0);
+        std::fill(b, b + m, 0.0);
         for (int32_t l = 0; l < L; ++l) {
             const double ca = fa[l], cb = fb[l];
             int64_t p = t0 + off[l];
             if (p >= n) p -= n;
-            segments(t0, m, p, n, [&](int64_t o, int64_t q, int64_t k) {
+            segments(0, m, p, n, [&](int64_t o, int64_t q, int64_t k) {
                 double* __restrict ao = a + o;
                 double* __restrict bo = b + o;
                 const double* __restrict vi = v + q;
@@ -61,7 +71,118 @@ void analysis_pair(const double* __restrict v, int64_t n, const double* fa, cons
                 }
             });
         }
+        for (int64_t i = 0; i < m; ++i) {
+            wcol[(t0 + i) * stride] = a[i];
+            vcol[(t0 + i) * stride] = b[i];
+            next[t0 + i] = b[i];
+        }
     }
+}
+
+// a[i] = sum_l fa[l] in[i - l s] and b likewise with fb, for i in [0, m): two filters over a
+// linear input that is readable back to in[-(L-1) s].
+MUTILS_CLONES
+void filter_linear(const double* in, int64_t m, const double* fa, const double* fb, int32_t L, int64_t s,
+                   double* __restrict a, double* __restrict b) {
+    std::fill(a, a + m, 0.0);
+    std::fill(b, b + m, 0.0);
+    for (int32_t l = 0; l < L; ++l) {
+        const double* __restrict src = in - int64_t(l) * s;
+        const double ca = fa[l], cb = fb[l];
+        for (int64_t i = 0; i < m; ++i) {
+            a[i] += ca * src[i];
+            b[i] += cb * src[i];
+        }
+    }
+}
+
+// Results of at least this many elements each are written with streaming stores, which do not
+// read the lines into cache first: such results are far larger than the cache, and nothing here
+// reads them again.
+constexpr int64_t kStreamElements = int64_t(1) << 19;
+
+bool can_stream(const double* R, int32_t J) {
+#if defined(__SSE2__)
+    return J % 2 == 0 && reinterpret_cast<uintptr_t>(R) % 16 == 0;
+#else
+    (void)R;
+    (void)J;
+    return false;
+#endif
+}
+
+/// Rows t0 .. t0 + m - 1 of an n x J result from J column blocks of kBlock values.
+void write_rows(const double* cols, int64_t t0, int64_t m, int32_t J, bool stream, double* R) {
+#if defined(__SSE2__)
+    if (stream) {
+        for (int64_t i = 0; i < m; ++i) {
+            double* row = R + (t0 + i) * J;
+            for (int32_t j = 0; j < J; j += 2)
+                _mm_stream_pd(row + j, _mm_set_pd(cols[int64_t(j + 1) * kBlock + i], cols[int64_t(j) * kBlock + i]));
+        }
+        return;
+    }
+#endif
+    (void)stream;
+    for (int64_t i = 0; i < m; ++i) {
+        double* row = R + (t0 + i) * J;
+        for (int32_t j = 0; j < J; ++j) row[j] = cols[int64_t(j) * kBlock + i];
+    }
+}
+
+/// The pyramid in one sweep over t: every level of a block of outputs is computed before the
+/// next block, so each row of W and V is written once, whole, instead of once per level.
+/// Level j reads level j-1 back to D_j = (L-1) 2^(j-1) samples behind t; each level keeps a
+/// window of that history. At the start the history wraps round to the end of the signal, so
+/// the levels' values there (the tails, T_k = D_(k+1) + ... + D_J samples of level k) are
+/// computed first. Needs T_0 < n; `sweep_fits` says whether it does.
+bool sweep_fits(int64_t n, int32_t L, int32_t J) { return int64_t(L - 1) * ((int64_t(1) << J) - 1) < n; }
+
+const char* pyramid_sweep(const double* x, int64_t n, const double* h, const double* g, int32_t L, int32_t J,
+                          double* W, double* V, Poll& poll) {
+    int64_t* D = work_array<int64_t>(J + 2);
+    int64_t* T = work_array<int64_t>(J + 1);
+    for (int32_t j = 1; j <= J; ++j) D[j] = int64_t(L - 1) << (j - 1);
+    D[J + 1] = 0;
+    T[J] = 0;
+    for (int32_t k = J - 1; k >= 0; --k) T[k] = T[k + 1] + D[k + 1];
+
+    // tail[k][i] is level k at t = n - T[k] + i.
+    const double** tail = work_array<const double*>(J);
+    tail[0] = x + (n - T[0]);
+    double* scratch = work_array<double>(J > 1 ? T[1] : 1);
+    for (int32_t k = 1; k < J; ++k) {
+        double* out = work_array<double>(T[k]);
+        filter_linear(tail[k - 1] + D[k], T[k], h, g, L, int64_t(1) << (k - 1), scratch, out);
+        tail[k] = out;
+    }
+    // win[k][i] is level k at t = t0 - D[k+1] + i.
+    double** win = work_array<double*>(J);
+    for (int32_t k = 0; k < J; ++k) {
+        win[k] = work_array<double>(D[k + 1] + kBlock);
+        std::copy(tail[k] + (T[k] - D[k + 1]), tail[k] + T[k], win[k]);
+    }
+    double* a = work_array<double>(int64_t(J) * kBlock);
+    double* b = work_array<double>(int64_t(J) * kBlock);
+    const bool stream = can_stream(W, J) && can_stream(V, J) && int64_t(n) * J >= kStreamElements;
+    for (int64_t t0 = 0; t0 < n; t0 += kBlock) {
+        const int64_t m = std::min(kBlock, n - t0);
+        std::copy(x + t0, x + t0 + m, win[0] + D[1]);
+        for (int32_t j = 1; j <= J; ++j) {
+            double* aj = a + int64_t(j - 1) * kBlock;
+            double* bj = b + int64_t(j - 1) * kBlock;
+            filter_linear(win[j - 1] + D[j], m, h, g, L, int64_t(1) << (j - 1), aj, bj);
+            if (j < J) std::copy(bj, bj + m, win[j] + D[j + 1]);
+        }
+        write_rows(a, t0, m, J, stream, W);
+        write_rows(b, t0, m, J, stream, V);
+        for (int32_t k = 0; k < J; ++k) std::memmove(win[k], win[k] + m, std::size_t(D[k + 1]) * sizeof(double));
+        MUTILS_TRY(poll.add(3.0 * double(m) * L * J));
+    }
+#if defined(__SSE2__)
+    if (stream) _mm_sfence();
+#endif
+    return nullptr;
 }
 
 // a[t] = sum_l f[l] v[(t + off[l]) mod n] (one packet node).
@@ -112,6 +233,7 @@ void get_column(const double* m, int64_t n, int32_t ncol, int32_t c, double* out
 void put_column(const double* in, int64_t n, int32_t ncol, int32_t c, double* m) {
     for (int64_t t = 0; t < n; ++t) m[t * ncol + c] = in[t];
 }
+
 
 /// floor(log2 n) for n >= 1, exactly.
 int32_t max_level(int32_t n) { return int32_t(std::bit_width(uint32_t(n))) - 1; }
@@ -179,17 +301,16 @@ const char* wavuniv_transform_maximum_overlap(const _univ_mat* x, const _univ_ma
     const int32_t L = h->nelem;
     const double* ht = rescaled(h);
     const double* gt = rescaled(g);
-    double* w = work_array<double>(n);
-    double* s[2] = {work_array<double>(n), work_array<double>(n)};
     double* Wd = static_cast<double*>(W->data);
     double* Vd = static_cast<double*>(V->data);
     Poll poll(intrp);
+    if (sweep_fits(n, L, J)) return pyramid_sweep(v, n, ht, gt, L, J, Wd, Vd, poll);
+    // Filters that span the signal: level by level, with circular indices.
+    double* s[2] = {work_array<double>(n), work_array<double>(n)};
     for (int32_t j = 1; j <= J; ++j) {
         const int64_t* off = tap_offsets(L, int64_t(1) << (j - 1), n, false);
         double* next = s[j & 1];
-        analysis_pair(v, n, ht, gt, L, off, w, next);
-        put_column(w, n, J, j - 1, Wd);
-        put_column(next, n, J, j - 1, Vd);
+        analysis_pair(v, n, ht, gt, L, off, Wd + (j - 1), Vd + (j - 1), J, next);
         v = next;
         MUTILS_TRY(poll.add(3.0 * n * L));
     }

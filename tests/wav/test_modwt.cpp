@@ -1,5 +1,6 @@
 // Maximum-overlap wavelet transforms: against the direct circular sums, round trips through the
 // inverse, packet nodes against repeated filtering, and the order of the argument checks.
+#include <algorithm>
 #include <cmath>
 
 #include "support.h"
@@ -76,43 +77,55 @@ TEST_F(ModwtTest, HaarLevelOneIsHalfDifferencesAndHalfSums) {
     }
 }
 
+// Forward transform against the direct sums, energy kept, and the inverse's whole ladder.
+void check_pyramid(const Pair& p, int32_t n, int32_t J) {
+    SCOPED_TRACE("n = " + std::to_string(n) + ", J = " + std::to_string(J) + ", L = " + std::to_string(p.h.size()));
+    const std::vector<double> x = test_signal(n);
+    _univ_mat xm = column(x), h = column(p.h), g = column(p.g);
+    _univ_mat W = make_univ<double>(n, J), V = make_univ<double>(n, J);
+    ASSERT_EQ(message(wavuniv_transform_maximum_overlap(&xm, &h, &g, J, nullptr, &W, &V)), "");
+
+    std::vector<std::vector<double>> Vs = {x}, Ws = {{}};
+    double energy = 0, scale = 0;
+    for (double v : x) scale = std::max(scale, std::fabs(v));
+    for (int32_t j = 1; j <= J; ++j) {
+        const int64_t s = int64_t(1) << (j - 1);
+        Ws.push_back(filter_direct(Vs.back(), p.h, s));
+        Vs.push_back(filter_direct(Vs.back(), p.g, s));
+        expect_near_vec(col_of(W, j - 1), Ws[j], 1e-13 * scale);
+        expect_near_vec(col_of(V, j - 1), Vs[j], 1e-13 * scale);
+        for (double w : Ws[j]) energy += w * w;
+    }
+    // The transform keeps the signal's energy: |x|^2 = sum_j |W_j|^2 + |V_J|^2.
+    double ex = 0;
+    for (double v : x) ex += v * v;
+    for (double v : Vs[J]) energy += v * v;
+    EXPECT_NEAR(energy, ex, 1e-9 * ex);
+
+    // Z = V_J, W_J, ..., W_1; y must come back as V_J, V_(J-1), ..., V_0 = x.
+    _univ_mat Z = make_univ<double>(n, J + 1), y = make_univ<double>(n, J + 1);
+    double* z = static_cast<double*>(Z.data);
+    for (int32_t t = 0; t < n; ++t) {
+        z[int64_t(t) * (J + 1)] = Vs[J][t];
+        for (int32_t j = 1; j <= J; ++j) z[int64_t(t) * (J + 1) + J - j + 1] = Ws[j][t];
+    }
+    ASSERT_EQ(message(wavuniv_transform_maximum_overlap_inverse(&Z, &h, &g, J, nullptr, &y)), "");
+    for (int32_t j = J; j >= 0; --j) expect_near_vec(col_of(y, J - j), Vs[j], 1e-11 * scale);
+}
+
 TEST_F(ModwtTest, PyramidMatchesDirectSumsAndInverseRebuildsTheLadder) {
-    // Lengths that are and are not powers of two; N = 3 with 4 taps wraps the filter round.
+    // Lengths that are and are not powers of two, each at its deepest level; N = 3 with 4 taps
+    // wraps the filter round the signal.
+    for (const Pair& p : {Pair{kHaarH, kHaarG}, Pair{d4_h(), d4_g()}})
+        for (int32_t n : {3, 8, 13, 16, 37}) check_pyramid(p, n, int32_t(std::floor(std::log2(double(n)))));
+}
+
+TEST_F(ModwtTest, LongSignalsAtModerateDepth) {
+    // Several blocks of outputs, and results large enough to be written with streaming stores.
     for (const Pair& p : {Pair{kHaarH, kHaarG}, Pair{d4_h(), d4_g()}}) {
-        for (int32_t n : {3, 8, 13, 16, 37}) {
-            SCOPED_TRACE("n = " + std::to_string(n) + ", L = " + std::to_string(p.h.size()));
-            const int32_t J = int32_t(std::floor(std::log2(double(n))));
-            const std::vector<double> x = test_signal(n);
-            _univ_mat xm = column(x), h = column(p.h), g = column(p.g);
-            _univ_mat W = make_univ<double>(n, J), V = make_univ<double>(n, J);
-            ASSERT_EQ(message(wavuniv_transform_maximum_overlap(&xm, &h, &g, J, nullptr, &W, &V)), "");
-
-            std::vector<std::vector<double>> Vs = {x}, Ws = {{}};
-            double energy = 0;
-            for (int32_t j = 1; j <= J; ++j) {
-                const int64_t s = int64_t(1) << (j - 1);
-                Ws.push_back(filter_direct(Vs.back(), p.h, s));
-                Vs.push_back(filter_direct(Vs.back(), p.g, s));
-                expect_near_vec(col_of(W, j - 1), Ws[j], 1e-12);
-                expect_near_vec(col_of(V, j - 1), Vs[j], 1e-12);
-                for (double w : Ws[j]) energy += w * w;
-            }
-            // The transform keeps the signal's energy: |x|^2 = sum_j |W_j|^2 + |V_J|^2.
-            double ex = 0;
-            for (double v : x) ex += v * v;
-            for (double v : Vs[J]) energy += v * v;
-            EXPECT_NEAR(energy, ex, 1e-9 * ex);
-
-            // Z = V_J, W_J, ..., W_1; y must come back as V_J, V_(J-1), ..., V_0 = x.
-            _univ_mat Z = make_univ<double>(n, J + 1), y = make_univ<double>(n, J + 1);
-            double* z = static_cast<double*>(Z.data);
-            for (int32_t t = 0; t < n; ++t) {
-                z[int64_t(t) * (J + 1)] = Vs[J][t];
-                for (int32_t j = 1; j <= J; ++j) z[int64_t(t) * (J + 1) + J - j + 1] = Ws[j][t];
-            }
-            ASSERT_EQ(message(wavuniv_transform_maximum_overlap_inverse(&Z, &h, &g, J, nullptr, &y)), "");
-            for (int32_t j = J; j >= 0; --j) expect_near_vec(col_of(y, J - j), Vs[j], 1e-10);
-        }
+        check_pyramid(p, 1500, 6);
+        check_pyramid(p, 70001, 8);
+        check_pyramid(p, 70001, 7);
     }
 }
 
