@@ -78,11 +78,13 @@ double update_row(const double* __restrict u, const double* __restrict v, const 
     const double* ud = u + ncol;
     const double* vu = v - ncol;
     const double* vd = v + ncol;
+    // The neighbour weights, as products (a division per term would dominate the loop).
+    constexpr double edge = 1.0 / 6.0, diagonal = 1.0 / 12.0;
     for (int64_t j = j0; j < j1; ++j) {
-        const double ub = (uu[j] + ud[j] + u[j - 1] + u[j + 1]) / 6.0 +
-                          (uu[j - 1] + uu[j + 1] + ud[j - 1] + ud[j + 1]) / 12.0;
-        const double vb = (vu[j] + vd[j] + v[j - 1] + v[j + 1]) / 6.0 +
-                          (vu[j - 1] + vu[j + 1] + vd[j - 1] + vd[j + 1]) / 12.0;
+        const double ub = edge * (uu[j] + ud[j] + u[j - 1] + u[j + 1]) +
+                          diagonal * (uu[j - 1] + uu[j + 1] + ud[j - 1] + ud[j + 1]);
+        const double vb = edge * (vu[j] + vd[j] + v[j - 1] + v[j + 1]) +
+                          diagonal * (vu[j - 1] + vu[j + 1] + vd[j - 1] + vd[j + 1]);
         const double x = ex[j], y = ey[j];
         const double t = (x * ub + y * vb + et[j]) / (a2 + x * x + y * y);
         const double nu = ub - x * t, nv = vb - y * t;
