@@ -234,7 +234,6 @@ void put_column(const double* in, int64_t n, int32_t ncol, int32_t c, double* m)
     for (int64_t t = 0; t < n; ++t) m[t * ncol + c] = in[t];
 }
 
-
 /// floor(log2 n) for n >= 1, exactly.
 int32_t max_level(int32_t n) { return int32_t(std::bit_width(uint32_t(n))) - 1; }
 
