@@ -40,9 +40,12 @@
 #include "../sig/timefreq.h"
 
 // Wavelets
+#include "../wav/modwt.h"
 
 // Boundary chains and polygons
+#include "../pgn/chain.h"
 
 // Quantizers
 
 // Optical flow
+#include "../vid/flow.h"
