@@ -23,6 +23,7 @@
 // Matrix operations
 #include "../mat/cast.h"
 #include "../mat/arith.h"
+#include "../mat/linalg.h"
 
 // Image processing
 
