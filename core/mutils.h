@@ -24,6 +24,8 @@
 #include "../mat/cast.h"
 #include "../mat/arith.h"
 #include "../mat/linalg.h"
+#include "../mat/textio.h"
+#include "../mat/rawio.h"
 
 // Image processing
 
