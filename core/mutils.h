@@ -26,6 +26,7 @@
 #include "../mat/linalg.h"
 #include "../mat/textio.h"
 #include "../mat/rawio.h"
+#include "../mat/bitcode.h"
 
 // Image processing
 
