@@ -5,6 +5,11 @@
 // by KC inner indices, cut into strips MR rows high (MR values per inner index). A register tile
 // of MR x NR results walks the inner index of one block; across blocks of the inner index the
 // tile reloads the partial results from C, which continues the same sequential chain.
+
+// Every product and sum is rounded on its own, on every processor (no fused multiply-add, even
+// in the clones for processors that have it), so results do not depend on the machine.
+#pragma GCC optimize("fp-contract=off")
+
 #include <algorithm>
 #include <cstring>
 

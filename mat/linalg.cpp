@@ -1,3 +1,7 @@
+// Every product and sum is rounded on its own, on every processor (no fused multiply-add, even
+// in the clones for processors that have it), so results do not depend on the machine.
+#pragma GCC optimize("fp-contract=off")
+
 #include "linalg.h"
 
 #include <algorithm>
