@@ -29,6 +29,10 @@
 #include "../mat/rescale.h"
 #include "../mat/assign.h"
 #include "../mat/bits.h"
+#include "../mat/linalg.h"
+#include "../mat/textio.h"
+#include "../mat/rawio.h"
+#include "../mat/bitcode.h"
 
 // Image processing
 
