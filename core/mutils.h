@@ -23,6 +23,8 @@
 // Matrix operations
 #include "../mat/cast.h"
 #include "../mat/arith.h"
+#include "../mat/structural.h"
+#include "../mat/tile.h"
 
 // Image processing
 
