@@ -25,6 +25,9 @@
 #include "../mat/arith.h"
 #include "../mat/structural.h"
 #include "../mat/tile.h"
+#include "../mat/stats.h"
+#include "../mat/histogram.h"
+#include "../mat/sort.h"
 
 // Image processing
 
