@@ -33,6 +33,11 @@
 #include "../mat/textio.h"
 #include "../mat/rawio.h"
 #include "../mat/bitcode.h"
+#include "../mat/structural.h"
+#include "../mat/tile.h"
+#include "../mat/stats.h"
+#include "../mat/histogram.h"
+#include "../mat/sort.h"
 
 // Image processing
 

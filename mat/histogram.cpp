@@ -1,0 +1,232 @@
+#include "histogram.h"
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+#include "../core/detail.h"
+#include "cast.h"
+#include "detail_scalar.h"
+
+namespace mutils {
+namespace detail {
+namespace {
+
+// ---- histogram ------------------------------------------------------------------------------
+
+/// The bin rule: bin k holds (a + k w, a + (k + 1) w]; -1 when x is not counted.
+struct Binning {
+    double lower, upper, factor;
+    int64_t bins;
+    bool include_lower;
+
+    Binning(double a, double b, int64_t nbins, bool flag)
+        : lower(a), upper(b), factor(double(nbins) / (b - a)), bins(nbins), include_lower(flag) {}
+
+    int64_t bin(double x) const {
+        if (!(x > lower && x <= upper)) return (x == lower && include_lower) ? 0 : -1;
+        // k = ceil(t) - 1, kept inside [0, B - 1] so that rounding never loses an element of (a, b].
+        double t = (x - lower) * factor;
+        t = t < double(bins) ? t : double(bins);
+        t = t > 0.0 ? t : 0.0;
+        int64_t k = int64_t(t);
+        k -= double(k) == t;
+        return k < 0 ? 0 : k;
+    }
+};
+
+/// Counts into four interleaved sub-histograms so that runs of equal bins do not serialise
+/// on one counter; the caller adds them up.
+template <class T> MUTILS_CLONES void count_bins(const T* x, int64_t n, const Binning& rule, uint32_t* sub) {
+    const int64_t stride = rule.bins + 1;  // slot `bins` of each sub-histogram takes the misses
+    int64_t i = 0;
+    for (; i + 4 <= n; i += 4) {
+        for (int lane = 0; lane < 4; ++lane) {
+            const int64_t k = rule.bin(double(x[i + lane]));
+            ++sub[lane * stride + (k < 0 ? rule.bins : k)];
+        }
+    }
+    for (; i < n; ++i) {
+        const int64_t k = rule.bin(double(x[i]));
+        ++sub[k < 0 ? rule.bins : k];
+    }
+}
+
+template <class T>
+const char* histogram(const mat_t<T>* a, double lower, double upper, unsigned char flag, void* intrp, _uint32_mat* h) {
+    validate(a);
+    validate(h);
+    if (h->ncol != 1) return msg::array_size_mismatch;
+    if (upper < lower) return msg::illegal_data_value;
+    const Binning rule(lower, upper, h->nrow, flag != 0);
+    const int64_t n = a->nelem, bins = h->nrow;
+    Poll poll(intrp);
+    std::memset(h->data, 0, std::size_t(bins) * sizeof(uint32_t));
+    if constexpr (std::is_integral_v<T> && sizeof(T) <= 2) {
+        constexpr int64_t kValues = int64_t(1) << (8 * sizeof(T));
+        // Few distinct values: count each value once, then give each value's count to its bin.
+        if (sizeof(T) == 1 || n >= kValues) {
+            uint32_t* per_value = work_array_zero<uint32_t>(kValues);
+            for (int64_t i = 0; i < n; ++i) ++per_value[a->data[i]];
+            for (int64_t v = 0; v < kValues; ++v) {
+                const int64_t k = per_value[v] ? rule.bin(double(T(v))) : -1;
+                if (k >= 0) h->data[k] += per_value[v];
+            }
+            return poll.add(2.0 * double(n));
+        }
+    }
+    const int64_t stride = bins + 1;
+    uint32_t* sub = work_array<uint32_t>(4 * stride);
+    constexpr int64_t kChunk = int64_t(1) << 20;
+    for (int64_t off = 0; off < n; off += kChunk) {
+        std::memset(sub, 0, std::size_t(4 * stride) * sizeof(uint32_t));
+        const int64_t len = n - off < kChunk ? n - off : kChunk;
+        count_bins(a->data + off, len, rule, sub);
+        for (int64_t k = 0; k < bins; ++k)
+            h->data[k] += sub[k] + sub[stride + k] + sub[2 * stride + k] + sub[3 * stride + k];
+        MUTILS_TRY(poll.add(4.0 * double(len)));
+    }
+    return nullptr;
+}
+
+// ---- threshold ------------------------------------------------------------------------------
+
+template <class T> inline T pick(T x, double lo, double hi, T outside, T inside) {
+    const double v = double(x);
+    return (v < lo || v > hi) ? outside : inside;
+}
+
+template <class T>
+MUTILS_CLONES void threshold_pass(const T* a, int64_t n, double lo, double hi, T outside, T inside, T* r) {
+    int64_t i = 0;
+    for (; i + 4 <= n; i += 4) {
+        const T x0 = a[i], x1 = a[i + 1], x2 = a[i + 2], x3 = a[i + 3];
+        r[i] = pick(x0, lo, hi, outside, inside);
+        r[i + 1] = pick(x1, lo, hi, outside, inside);
+        r[i + 2] = pick(x2, lo, hi, outside, inside);
+        r[i + 3] = pick(x3, lo, hi, outside, inside);
+    }
+    for (; i < n; ++i) r[i] = pick(a[i], lo, hi, outside, inside);
+}
+
+template <class T>
+const char* threshold(const mat_t<T>* a, double lower, double upper, T outside, T inside, void* intrp, mat_t<T>* r) {
+    validate(a);
+    validate(r);
+    if (upper < lower) return msg::illegal_data_value;
+    MUTILS_TRY(require_same_size(r, a));
+    threshold_pass(a->data, a->nelem, lower, upper, outside, inside, r->data);
+    return Poll(intrp).add(3.0 * double(a->nelem));
+}
+
+// ---- table lookup ---------------------------------------------------------------------------
+
+/// The table entry that value x names, or -1 when it names none.
+template <class T> inline int64_t entry_of(T x, int64_t entries) {
+    int64_t v;
+    if constexpr (std::is_integral_v<T>) {
+        v = int64_t(x);
+    } else {
+        const double f = std::floor(double(x) + 0.5);
+        if (!(f >= 0.0 && f < double(entries))) return -1;
+        v = int64_t(f);
+    }
+    return (v >= 0 && v < entries) ? v : -1;
+}
+
+template <class T> const char* table_lookup(const mat_t<T>* a, const _univ_mat* table, void* intrp, mat_t<T>* r) {
+    validate(a);
+    require_pointer(table);
+    validate_univ(table);
+    validate(r);
+    if (table->type == MUTIL_DCOMPLEX) return msg::illegal_data_type;
+    MUTILS_TRY(require_same_size(r, a));
+    if (static_cast<const void*>(r->data) == table->data) return msg::illegal_memory_address;
+    const int64_t n = a->nelem, entries = table->nelem;
+    for (int64_t i = 0; i < n; ++i)
+        if (entry_of(a->data[i], entries) < 0) return msg::illegal_data_value;
+    _univ_mat converted;
+    if (table->type == elem<T>::tag) {
+        converted = *table;
+    } else {
+        matuniv_malloc(&converted, table->nrow, table->ncol, elem<T>::tag);
+        matuniv_cast(table, 1, intrp, &converted);
+    }
+    const T* entry = static_cast<const T*>(converted.data);
+    for (int64_t i = 0; i < n; ++i) r->data[i] = entry[entry_of(a->data[i], entries)];
+    return Poll(intrp).add(3.0 * double(n));
+}
+
+using histogram_types = types<unsigned char, uint16_t, int32_t, double>;
+
+}  // namespace
+}  // namespace detail
+
+using namespace detail;
+
+#define MUTILS_HISTOGRAM(CODE, T)                                                                               \
+    const char* mat##CODE##_histogram(const mat_t<T>* a, double lo, double hi, unsigned char f, void* i,       \
+                                      _uint32_mat* h) {                                                         \
+        return histogram<T>(a, lo, hi, f, i, h);                                                                \
+    }                                                                                                           \
+    const char* mat##CODE##_threshold(const mat_t<T>* a, double lo, double hi, T out, T in, void* i, mat_t<T>* r) { \
+        return threshold<T>(a, lo, hi, out, in, i, r);                                                          \
+    }
+MUTILS_HISTOGRAM(dbl, double)
+MUTILS_HISTOGRAM(s32, int32_t)
+MUTILS_HISTOGRAM(u16, uint16_t)
+MUTILS_HISTOGRAM(u8, unsigned char)
+#undef MUTILS_HISTOGRAM
+
+#define MUTILS_LOOKUP(CODE, T)                                                                    \
+    const char* mat##CODE##_table_lookup(const mat_t<T>* a, const _univ_mat* t, void* i, mat_t<T>* r) { \
+        return table_lookup<T>(a, t, i, r);                                                       \
+    }
+MUTILS_LOOKUP(dbl, double)
+MUTILS_LOOKUP(flt, float)
+MUTILS_LOOKUP(u8, unsigned char)
+MUTILS_LOOKUP(u16, uint16_t)
+MUTILS_LOOKUP(u32, uint32_t)
+MUTILS_LOOKUP(s16, int16_t)
+MUTILS_LOOKUP(s32, int32_t)
+#undef MUTILS_LOOKUP
+
+const char* matuniv_histogram(const _univ_mat* a, double lo, double hi, unsigned char f, void* i, _uint32_mat* h) {
+    if (!a || !h) return msg::null_pointer;
+    return dispatch(a->type, histogram_types{}, [&](auto t) {
+        using T = typename decltype(t)::type;
+        return histogram<T>(as<T>(a), lo, hi, f, i, h);
+    });
+}
+
+const char* matuniv_threshold(const _univ_mat* a, double lo, double hi, _univ_scalar outside, _univ_scalar inside,
+                              void* i, _univ_mat* r) {
+    if (!a || !r) return msg::null_pointer;
+    if (a->type != r->type) return msg::illegal_data_type;
+    return dispatch(a->type, histogram_types{}, [&](auto t) {
+        using T = typename decltype(t)::type;
+        T out, in;
+        MUTILS_TRY(read_scalar<T>(outside, &out));
+        MUTILS_TRY(read_scalar<T>(inside, &in));
+        return threshold<T>(as<T>(a), lo, hi, out, in, i, as<T>(r));
+    });
+}
+
+const char* matuniv_table_lookup(const _univ_mat* a, const _univ_mat* table, void* i, _univ_mat* r) {
+    if (!a || !table || !r) return msg::null_pointer;
+    if (a->type != r->type) return msg::illegal_data_type;
+    return dispatch(a->type, real_types{}, [&](auto t) {
+        using T = typename decltype(t)::type;
+        return table_lookup<T>(as<T>(a), table, i, as<T>(r));
+    });
+}
+
+}  // namespace mutils
+
+MUTILS_PLAIN(matuniv_histogram,
+             (const mutils::_univ_mat* a, double lo, double hi, unsigned char f, void* i, mutils::_uint32_mat* h),
+             (a, lo, hi, f, i, h))
+MUTILS_PLAIN(matuniv_threshold,
+             (const mutils::_univ_mat* a, double lo, double hi, mutils::_univ_scalar out, mutils::_univ_scalar in,
+              void* i, mutils::_univ_mat* r),
+             (a, lo, hi, out, in, i, r))

@@ -1,0 +1,323 @@
+// Sums, element-wise extremes, ranges, entropy, counts of equal elements and error measures.
+#include <cmath>
+
+#include "mat_support.h"
+
+namespace mutils::test {
+namespace {
+
+using StatsTest = ArenaTest;
+
+TEST_F(StatsTest, SumsWrapInTheElementType) {
+    auto u8 = make<unsigned char>(1, 2, {200, 100});
+    unsigned char s8 = 0;
+    EXPECT_EQ(message(matu8_sum(&u8, nullptr, &s8)), "");
+    EXPECT_EQ(s8, 44);
+    auto s16 = make<int16_t>(1, 3, {32767, 1, -5});
+    int16_t s = 0;
+    EXPECT_EQ(message(mats16_sum(&s16, nullptr, &s)), "");
+    EXPECT_EQ(s, 32763);  // 32767 + 1 wraps to -32768, and -32768 - 5 wraps to 32763
+    auto s32 = make<int32_t>(1, 2, {-2147483647, -3});
+    int32_t t = 0;
+    EXPECT_EQ(message(mats32_sum(&s32, nullptr, &t)), "");
+    EXPECT_EQ(t, 2147483646);
+    auto f = make<float>(1, 3, {16777216.0f, 1.0f, 1.0f});  // 2^24: each +1 is lost in single precision
+    float fs = 0;
+    EXPECT_EQ(message(matflt_sum(&f, nullptr, &fs)), "");
+    EXPECT_EQ(fs, 16777216.0f);
+    double d = 0;
+    auto dm = make<double>(1, 2, {0.5, 0.25});
+    EXPECT_EQ(message(matdbl_sum(&dm, nullptr, nullptr)), "null pointer");
+    EXPECT_EQ(::matdbl_sum(&dm, nullptr, &d), MUTIL_ERR_OK);
+    EXPECT_EQ(d, 0.75);
+}
+
+TEST_F(StatsTest, CumulativeAndRowAndColumnSums) {
+    auto a = make<uint16_t>(2, 3, {1, 2, 3, 65535, 5, 6});
+    auto c = make<uint16_t>(3, 2);  // another shape, the same count
+    EXPECT_EQ(message(matu16_cumulative_sum(&a, nullptr, &c)), "");
+    EXPECT_EQ(values(c), (std::vector<uint16_t>{1, 3, 6, 5, 10, 16}));
+    auto few = make<uint16_t>(1, 5);
+    EXPECT_EQ(message(matu16_cumulative_sum(&a, nullptr, &few)), "array size mismatch");
+    auto rows = make<uint16_t>(2, 1), cols = make<uint16_t>(1, 3);
+    EXPECT_EQ(message(matu16_sum_rows(&a, nullptr, &rows)), "");
+    EXPECT_EQ(values(rows), (std::vector<uint16_t>{6, 10}));
+    EXPECT_EQ(message(matu16_sum_cols(&a, nullptr, &cols)), "");
+    EXPECT_EQ(values(cols), (std::vector<uint16_t>{0, 7, 9}));
+    EXPECT_EQ(message(matu16_sum_rows(&a, nullptr, &cols)), "array size mismatch");
+    EXPECT_EQ(message(matu16_sum_cols(&a, nullptr, &rows)), "array size mismatch");
+    EXPECT_EQ(message(matu16_cumulative_sum(&a, nullptr, &a)), "");
+    EXPECT_EQ(values(a), (std::vector<uint16_t>{1, 3, 6, 5, 10, 16}));
+}
+
+TEST_F(StatsTest, MinAndMaxPreferNumbersToNaN) {
+    auto a = make<double>(1, 4, {1, NAN, 3, NAN});
+    auto b = make<double>(1, 4, {2, 5, NAN, NAN});
+    auto r = make<double>(1, 4);
+    EXPECT_EQ(message(matdbl_min(&a, &b, nullptr, &r)), "");
+    EXPECT_EQ(r.data[0], 1);
+    EXPECT_EQ(r.data[1], 5);
+    EXPECT_EQ(r.data[2], 3);
+    EXPECT_TRUE(std::isnan(r.data[3]));
+    EXPECT_EQ(message(matdbl_max(&a, &b, nullptr, &r)), "");
+    EXPECT_EQ(r.data[0], 2);
+    EXPECT_EQ(r.data[2], 3);
+    auto wrong = make<double>(4, 1);
+    EXPECT_EQ(message(matdbl_max(&a, &b, nullptr, &wrong)), "array size mismatch");
+    auto ua = univ(a);
+    auto f = make_univ<float>(1, 4);
+    EXPECT_EQ(message(matuniv_min(&ua, &ua, nullptr, &f)), "Illegal data type");
+}
+
+TEST_F(StatsTest, RangeSkipsNaNs) {
+    auto a = make<double>(1, 7, {NAN, 3, -2, NAN, 8, 1, 0});
+    double lo = 0, hi = 0;
+    EXPECT_EQ(message(matdbl_range(&a, nullptr, &lo, &hi)), "");
+    EXPECT_EQ(lo, -2);
+    EXPECT_EQ(hi, 8);
+    auto n = make<double>(1, 2, {NAN, NAN});
+    EXPECT_EQ(message(matdbl_range(&n, nullptr, &lo, &hi)), "");
+    EXPECT_TRUE(std::isnan(lo) && std::isnan(hi));
+    EXPECT_EQ(message(matdbl_range(&a, nullptr, nullptr, &hi)), "null pointer");
+    _double_mat empty{0, 3, 0, a.data};
+    EXPECT_EQ(raised([&] { matdbl_range(&empty, nullptr, &lo, &hi); }), "array size mismatch");
+}
+
+TEST_F(StatsTest, RangeRobustKeepsTheIntervalOrFailsLeavingResults) {
+    auto a = make<int32_t>(1, 9, {5, -1, 7, 3, 10, 4, 2, 9, 6});
+    int32_t lo = 111, hi = 222;
+    EXPECT_EQ(message(mats32_range_robust(&a, 3, 7, nullptr, &lo, &hi)), "");
+    EXPECT_EQ(lo, 3);
+    EXPECT_EQ(hi, 7);
+    lo = 111, hi = 222;
+    EXPECT_EQ(message(mats32_range_robust(&a, 11, 20, nullptr, &lo, &hi)), "Illegal data value");
+    EXPECT_EQ(message(mats32_range_robust(&a, 7, 3, nullptr, &lo, &hi)), "Illegal data value");
+    EXPECT_EQ(lo, 111);
+    EXPECT_EQ(hi, 222);
+    EXPECT_EQ(message(mats32_range_robust(&a, 9, 9, nullptr, &lo, &hi)), "");
+    EXPECT_EQ(lo, 9);
+    EXPECT_EQ(hi, 9);
+}
+
+TEST_F(StatsTest, UniversalRangeRobustNarrowsDoubleBoundsExactly) {
+    auto u = make_univ<unsigned char>(1, 5, {0, 1, 2, 3, 255});
+    _univ_scalar lo, hi;
+    EXPECT_EQ(message(matuniv_range_robust(&u, 0.5, 2.5, nullptr, &lo, &hi)), "");
+    EXPECT_EQ(lo.type, MUTIL_UINT8);
+    EXPECT_EQ(lo.val.u8, 1);
+    EXPECT_EQ(hi.val.u8, 2);
+    EXPECT_EQ(message(matuniv_range_robust(&u, -10, 1e10, nullptr, &lo, &hi)), "");
+    EXPECT_EQ(lo.val.u8, 0);
+    EXPECT_EQ(hi.val.u8, 255);
+    EXPECT_EQ(message(matuniv_range_robust(&u, 300, 400, nullptr, &lo, &hi)), "Illegal data value");
+    EXPECT_EQ(message(matuniv_range_robust(&u, 1.2, 1.8, nullptr, &lo, &hi)), "Illegal data value");
+    EXPECT_EQ(message(matuniv_range_robust(&u, NAN, 1, nullptr, &lo, &hi)), "Illegal data value");
+
+    auto f = make_univ<float>(1, 3, {0.1f, 0.2f, 0.3f});
+    // 0.1f is slightly above 0.1 and 0.3f slightly above 0.3.
+    EXPECT_EQ(message(matuniv_range_robust(&f, 0.1, 0.3, nullptr, &lo, &hi)), "");
+    EXPECT_EQ(lo.val.flt, 0.1f);
+    EXPECT_EQ(hi.val.flt, 0.2f);
+}
+
+TEST_F(StatsTest, EntropyOfProbabilitiesAndOfCounts) {
+    double h = -1;
+    auto half = make<double>(1, 2, {0.5, 0.5});
+    EXPECT_EQ(message(matdbl_entropy(&half, nullptr, &h)), "");
+    EXPECT_DOUBLE_EQ(h, 1.0);
+    auto certain = make<double>(1, 2, {1, 0});
+    EXPECT_EQ(message(matdbl_entropy(&certain, nullptr, &h)), "");
+    EXPECT_EQ(h, 0.0);
+    auto bad = make<double>(1, 2, {0.5, 0.6});
+    EXPECT_EQ(message(matdbl_entropy(&bad, nullptr, &h)), "Illegal data value");
+    auto negative = make<float>(1, 3, {-0.5f, 1.0f, 0.5f});
+    EXPECT_EQ(message(matflt_entropy(&negative, nullptr, &h)), "Illegal data value");
+    auto near = make<float>(1, 4, {0.25f, 0.25f, 0.25f, 0.250004f});
+    EXPECT_EQ(message(matflt_entropy(&near, nullptr, &h)), "");
+    EXPECT_NEAR(h, 2.0, 1e-4);
+
+    auto counts = make<int32_t>(1, 3, {1, 1, 2});
+    EXPECT_EQ(message(mats32_entropy(&counts, nullptr, &h)), "");
+    EXPECT_DOUBLE_EQ(h, 1.5);
+    auto u8 = make<unsigned char>(2, 2, {3, 0, 3, 0});
+    EXPECT_EQ(message(matu8_entropy(&u8, nullptr, &h)), "");
+    EXPECT_DOUBLE_EQ(h, 1.0);
+    counts.data[0] = -1;
+    EXPECT_EQ(message(mats32_entropy(&counts, nullptr, &h)), "Illegal data value");
+    auto zeros = make<uint16_t>(1, 3);
+    EXPECT_EQ(message(matu16_entropy(&zeros, nullptr, &h)), "");
+    EXPECT_TRUE(std::isnan(h));
+}
+
+TEST_F(StatsTest, CountsOfEqualElements) {
+    auto a = make<float>(1, 5, {1, 2, NAN, 2, 0.5f});
+    auto b = make<float>(1, 5, {1, 3, NAN, 2, 0.5f});
+    uint32_t n = 0;
+    EXPECT_EQ(message(matflt_number_equal(&a, &b, nullptr, &n)), "");
+    EXPECT_EQ(n, 3u);
+    EXPECT_EQ(message(matflt_number_equal_scalar(&a, 2.0f, nullptr, &n)), "");
+    EXPECT_EQ(n, 2u);
+    auto c = make<float>(5, 1);
+    EXPECT_EQ(message(matflt_number_equal(&a, &c, nullptr, &n)), "array size mismatch");
+
+    auto ua = univ(a);
+    EXPECT_EQ(message(matuniv_number_equal_scalar(&ua, scalar_dbl(0.5), nullptr, &n)), "");
+    EXPECT_EQ(n, 1u);
+    EXPECT_EQ(message(matuniv_number_equal_scalar(&ua, scalar_dbl(0.1), nullptr, &n)), "");
+    EXPECT_EQ(n, 0u);  // 0.1 is no float
+    auto s = make_univ<int16_t>(1, 4, {-1, -1, 2, 0});
+    EXPECT_EQ(message(matuniv_number_equal_scalar(&s, scalar_s32(-1), nullptr, &n)), "");
+    EXPECT_EQ(n, 2u);
+    EXPECT_EQ(message(matuniv_number_equal_scalar(&s, scalar_u16(65535), nullptr, &n)), "");
+    EXPECT_EQ(n, 0u);  // the bits of -1, but not its value
+    EXPECT_EQ(message(matuniv_number_equal_scalar(&s, scalar_dbl(2.0), nullptr, &n)), "");
+    EXPECT_EQ(n, 1u);
+    EXPECT_EQ(message(matuniv_number_equal_scalar(&s, scalar_cpx({2, 0}), nullptr, &n)), "Illegal data type");
+    auto u = make_univ<uint16_t>(1, 4);
+    EXPECT_EQ(message(matuniv_number_equal(&s, &u, nullptr, &n)), "Illegal data type");
+}
+
+TEST_F(StatsTest, MeanSquaredErrorAndSignalToNoiseRatio) {
+    auto a = make_univ<unsigned char>(1, 4, {1, 2, 3, 4});
+    auto b = make_univ<double>(1, 4, {1, 2, 3, 6});
+    double e = 0;
+    EXPECT_EQ(message(matuniv_mean_squared_error(&a, &b, nullptr, &e)), "");
+    EXPECT_DOUBLE_EQ(e, 1.0);
+    EXPECT_EQ(::matuniv_mean_squared_error(&a, &b, nullptr, &e), MUTIL_ERR_OK);
+
+    double ratio = 0;
+    unsigned char infinite = 9;
+    EXPECT_EQ(message(matuniv_signal_to_noise_ratio(&a, &a, nullptr, &ratio, &infinite)), "");
+    EXPECT_EQ(infinite, 1);
+    EXPECT_EQ(ratio, 1e37);
+    EXPECT_EQ(message(matuniv_signal_to_noise_ratio(&a, &b, nullptr, &ratio, &infinite)), "");
+    EXPECT_EQ(infinite, 0);
+    EXPECT_DOUBLE_EQ(ratio, 10.0 * std::log10(30.0 / 4.0 / 1.0));
+
+    auto shorter = make_univ<double>(1, 3);
+    EXPECT_EQ(message(matuniv_mean_squared_error(&a, &shorter, nullptr, &e)), "array size mismatch");
+    EXPECT_EQ(message(matuniv_signal_to_noise_ratio(&a, nullptr, nullptr, &ratio, &infinite)), "null pointer");
+    auto c = make_univ<_dcomplex>(1, 4);
+    EXPECT_EQ(::matuniv_signal_to_noise_ratio(&c, &b, nullptr, &ratio, &infinite), MUTIL_ERR_ILLEGAL_TYPE);
+}
+
+// Universal members give what the typed member of the element type gives.
+template <class T> struct Typed;
+#define TYPED_STATS(CODE, T)                                             \
+    template <> struct Typed<T> {                                        \
+        static constexpr auto sum = &mat##CODE##_sum;                    \
+        static constexpr auto cumulative_sum = &mat##CODE##_cumulative_sum; \
+        static constexpr auto sum_rows = &mat##CODE##_sum_rows;          \
+        static constexpr auto sum_cols = &mat##CODE##_sum_cols;          \
+        static constexpr auto min = &mat##CODE##_min;                    \
+        static constexpr auto max = &mat##CODE##_max;                    \
+        static constexpr auto range = &mat##CODE##_range;                \
+        static constexpr auto robust = &mat##CODE##_range_robust;        \
+        static constexpr auto entropy = &mat##CODE##_entropy;            \
+        static constexpr auto equal = &mat##CODE##_number_equal;         \
+        static constexpr auto equal_scalar = &mat##CODE##_number_equal_scalar; \
+    };
+TYPED_STATS(dbl, double)
+TYPED_STATS(flt, float)
+TYPED_STATS(u8, unsigned char)
+TYPED_STATS(u16, uint16_t)
+TYPED_STATS(u32, uint32_t)
+TYPED_STATS(s16, int16_t)
+TYPED_STATS(s32, int32_t)
+#undef TYPED_STATS
+
+template <class T> void expect_universal_matches_typed() {
+    SCOPED_TRACE(detail::elem<T>::code);
+    std::mt19937 rng(17);
+    auto a = random_mat<T>(rng, 6, 5), b = random_mat<T>(rng, 6, 5);
+    for (int i = 0; i < 10; ++i) b.data[3 * i] = a.data[3 * i];
+    auto ua = univ(a), ub = univ(b);
+
+    T s{};
+    _univ_scalar us;
+    ASSERT_EQ(message(Typed<T>::sum(&a, nullptr, &s)), "");
+    ASSERT_EQ(message(matuniv_sum(&ua, nullptr, &us)), "");
+    EXPECT_EQ(us.type, detail::elem<T>::tag);
+    EXPECT_EQ(std::memcmp(&us.val, &s, sizeof(T)), 0);
+
+    auto matrix_op = [&](int32_t rows, int32_t cols, auto typed, auto universal) {
+        auto r1 = make<T>(rows, cols), r2 = make<T>(rows, cols);
+        auto u2 = univ(r2);
+        ASSERT_EQ(message(typed(&r1)), "");
+        ASSERT_EQ(message(universal(&u2)), "");
+        EXPECT_TRUE(same_bytes(r1, r2));
+    };
+    matrix_op(1, 30, [&](auto* r) { return Typed<T>::cumulative_sum(&a, nullptr, r); },
+              [&](auto* r) { return matuniv_cumulative_sum(&ua, nullptr, r); });
+    matrix_op(6, 1, [&](auto* r) { return Typed<T>::sum_rows(&a, nullptr, r); },
+              [&](auto* r) { return matuniv_sum_rows(&ua, nullptr, r); });
+    matrix_op(1, 5, [&](auto* r) { return Typed<T>::sum_cols(&a, nullptr, r); },
+              [&](auto* r) { return matuniv_sum_cols(&ua, nullptr, r); });
+    matrix_op(6, 5, [&](auto* r) { return Typed<T>::min(&a, &b, nullptr, r); },
+              [&](auto* r) { return matuniv_min(&ua, &ub, nullptr, r); });
+    matrix_op(6, 5, [&](auto* r) { return Typed<T>::max(&a, &b, nullptr, r); },
+              [&](auto* r) { return matuniv_max(&ua, &ub, nullptr, r); });
+
+    T lo{}, hi{};
+    _univ_scalar ulo, uhi;
+    ASSERT_EQ(message(Typed<T>::range(&a, nullptr, &lo, &hi)), "");
+    ASSERT_EQ(message(matuniv_range(&ua, nullptr, &ulo, &uhi)), "");
+    EXPECT_EQ(std::memcmp(&ulo.val, &lo, sizeof(T)), 0);
+    EXPECT_EQ(std::memcmp(&uhi.val, &hi, sizeof(T)), 0);
+    EXPECT_EQ(*std::min_element(a.data, a.data + a.nelem), lo);
+    EXPECT_EQ(*std::max_element(a.data, a.data + a.nelem), hi);
+    ASSERT_EQ(message(Typed<T>::robust(&a, a.data[0], a.data[0], nullptr, &lo, &hi)), "");
+    ASSERT_EQ(message(matuniv_range_robust(&ua, double(a.data[0]), double(a.data[0]), nullptr, &ulo, &uhi)), "");
+    EXPECT_EQ(lo, a.data[0]);
+    EXPECT_EQ(std::memcmp(&uhi.val, &hi, sizeof(T)), 0);
+
+    uint32_t n1 = 0, n2 = 0;
+    ASSERT_EQ(message(Typed<T>::equal(&a, &b, nullptr, &n1)), "");
+    ASSERT_EQ(message(matuniv_number_equal(&ua, &ub, nullptr, &n2)), "");
+    EXPECT_GE(n1, 10u);
+    EXPECT_EQ(n1, n2);
+    _univ_scalar first = us;
+    std::memcpy(&first.val, &a.data[0], sizeof(T));
+    ASSERT_EQ(message(Typed<T>::equal_scalar(&a, a.data[0], nullptr, &n1)), "");
+    ASSERT_EQ(message(matuniv_number_equal_scalar(&ua, first, nullptr, &n2)), "");
+    EXPECT_GE(n1, 1u);
+    EXPECT_EQ(n1, n2);
+
+    auto p = make<T>(1, 4, {T(1), T(2), T(0), T(1)});
+    auto up = univ(p);
+    double h1 = 0, h2 = 0;
+    ASSERT_EQ(message(Typed<T>::entropy(&p, nullptr, &h1)), std::is_integral_v<T> ? "" : "Illegal data value");
+    if constexpr (std::is_integral_v<T>) {
+        ASSERT_EQ(message(matuniv_entropy(&up, nullptr, &h2)), "");
+        EXPECT_DOUBLE_EQ(h1, 1.5);
+        EXPECT_EQ(h1, h2);
+    }
+}
+
+TEST_F(StatsTest, UniversalMembersMatchTypedForEveryType) {
+    expect_universal_matches_typed<double>();
+    expect_universal_matches_typed<float>();
+    expect_universal_matches_typed<unsigned char>();
+    expect_universal_matches_typed<uint16_t>();
+    expect_universal_matches_typed<uint32_t>();
+    expect_universal_matches_typed<int16_t>();
+    expect_universal_matches_typed<int32_t>();
+}
+
+TEST_F(StatsTest, UniversalMembersRefuseComplexAndForeignResults) {
+    auto c = make_univ<_dcomplex>(2, 2);
+    _univ_scalar s;
+    double h;
+    EXPECT_EQ(message(matuniv_sum(&c, nullptr, &s)), "Illegal data type");
+    EXPECT_EQ(message(matuniv_range(&c, nullptr, &s, &s)), "Illegal data type");
+    EXPECT_EQ(message(matuniv_entropy(&c, nullptr, &h)), "Illegal data type");
+    EXPECT_EQ(::matuniv_range(&c, nullptr, &s, &s), MUTIL_ERR_ILLEGAL_TYPE);
+    auto a = make_univ<int32_t>(2, 2);
+    auto r = make_univ<uint32_t>(2, 2);
+    EXPECT_EQ(message(matuniv_cumulative_sum(&a, nullptr, &r)), "Illegal data type");
+    EXPECT_EQ(message(matuniv_sum(nullptr, nullptr, &s)), "null pointer");
+    EXPECT_EQ(message(matuniv_sum(&a, nullptr, nullptr)), "null pointer");
+}
+
+}  // namespace
+}  // namespace mutils::test
