@@ -25,6 +25,8 @@
 #include "../mat/arith.h"
 
 // Image processing
+#include "../img/morphology.h"
+#include "../img/components.h"
 
 // Signal processing
 
