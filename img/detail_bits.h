@@ -10,8 +10,9 @@
 
 #include "../core/detail.h"
 
-#if defined(__SSE2__)
-#include <emmintrin.h>
+#if defined(__GNUC__) && defined(__x86_64__)
+#include <immintrin.h>
+#define MUTILS_BITS_AVX2 1
 #endif
 
 namespace mutils {
@@ -46,29 +47,60 @@ inline void clear_tails(BitImage& b) {
     for (int64_t r = 0; r < b.nrow; ++r) b.row(r)[b.words - 1] &= m;
 }
 
+#if MUTILS_BITS_AVX2
+/// u8 rows: 32 comparisons and one movemask per half word.
+__attribute__((target("avx2"))) inline void pack_u8_avx2(const unsigned char* p, int32_t full_words,
+                                                         unsigned char fg, bitword* out) {
+    const __m256i f = _mm256_set1_epi8(static_cast<char>(fg));
+    for (int32_t k = 0; k < full_words; ++k, p += 64) {
+        uint32_t lo = uint32_t(_mm256_movemask_epi8(
+            _mm256_cmpeq_epi8(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)), f)));
+        uint32_t hi = uint32_t(_mm256_movemask_epi8(
+            _mm256_cmpeq_epi8(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p + 32)), f)));
+        out[k] = bitword(lo) | bitword(hi) << 32;
+    }
+}
+
+/// u8 rows: each 32-bit half word selects fg or bg for 32 bytes.
+__attribute__((target("avx2"))) inline void unpack_u8_avx2(const bitword* in, int32_t full_words, unsigned char fg,
+                                                           unsigned char bg, unsigned char* p) {
+    const __m256i spread = _mm256_setr_epi8(0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1, 1, 1, 1, 1, 2, 2, 2, 2, 2, 2, 2, 2,
+                                            3, 3, 3, 3, 3, 3, 3, 3);
+    const __m256i bit = _mm256_set1_epi64x(int64_t(0x8040201008040201ull));
+    const __m256i f = _mm256_set1_epi8(static_cast<char>(fg)), b = _mm256_set1_epi8(static_cast<char>(bg));
+    for (int32_t k = 0; k < full_words; ++k, p += 64) {
+        for (int h = 0; h < 2; ++h) {
+            __m256i v = _mm256_shuffle_epi8(_mm256_set1_epi32(int(uint32_t(in[k] >> (32 * h)))), spread);
+            __m256i sel = _mm256_cmpeq_epi8(_mm256_and_si256(v, bit), bit);
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(p + 32 * h), _mm256_blendv_epi8(b, f, sel));
+        }
+    }
+}
+
+inline bool have_avx2() {
+    static const bool yes = __builtin_cpu_supports("avx2");
+    return yes;
+}
+#endif
+
 /// Bit (r, c) set where the pixel equals fg exactly (operator ==, so a NaN never matches).
 template <class T> void pack_equal(const T* img, T fg, BitImage& b) {
     const int32_t ncol = b.ncol;
     for (int64_t r = 0; r < b.nrow; ++r) {
         const T* p = img + r * ncol;
         bitword* out = b.row(r);
-        int32_t c = 0;
-        for (int32_t k = 0; k < b.words; ++k, c += 64) {
+        int32_t k = 0;
+#if MUTILS_BITS_AVX2
+        if constexpr (std::is_same_v<T, unsigned char>) {
+            if (have_avx2()) {
+                k = ncol / 64;
+                pack_u8_avx2(p, k, fg, out);
+            }
+        }
+#endif
+        for (int32_t c = k * 64; k < b.words; ++k, c += 64) {
             int32_t n = ncol - c < 64 ? ncol - c : 64;
             bitword m = 0;
-            if constexpr (std::is_same_v<T, unsigned char>) {
-#if defined(__SSE2__)
-                if (n == 64) {
-                    const __m128i f = _mm_set1_epi8(static_cast<char>(fg));
-                    for (int q = 0; q < 4; ++q) {
-                        __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + c + 16 * q));
-                        m |= bitword(uint32_t(_mm_movemask_epi8(_mm_cmpeq_epi8(v, f)))) << (16 * q);
-                    }
-                    out[k] = m;
-                    continue;
-                }
-#endif
-            }
             for (int32_t t = 0; t < n; ++t) m |= bitword(p[c + t] == fg) << t;
             out[k] = m;
         }
@@ -92,6 +124,12 @@ template <class T> void unpack_bits(const BitImage& b, T fg, T bg, T* img) {
             const bitword* in = b.row(r);
             unsigned char* p = img + r * ncol;
             int32_t c = 0;
+#if MUTILS_BITS_AVX2
+            if (have_avx2()) {
+                unpack_u8_avx2(in, ncol / 64, fg, bg, p);
+                c = ncol / 64 * 64;
+            }
+#endif
             for (; c + 8 <= ncol; c += 8) {
                 uint64_t m = expand.v[(in[c >> 6] >> (c & 63)) & 0xFF];
                 uint64_t v = (f8 & m) | (b8 & ~m);
