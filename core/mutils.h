@@ -27,6 +27,8 @@
 // Image processing
 #include "../img/morphology.h"
 #include "../img/components.h"
+#include "../img/filter.h"
+#include "../img/edge.h"
 
 // Signal processing
 
