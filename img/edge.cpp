@@ -76,20 +76,28 @@ const char* nonmaxima(const _double_mat* vert, const _double_mat* horiz, void* i
     MUTILS_TRY(require_distinct(result, vert));
     MUTILS_TRY(require_distinct(result, horiz));
     const int64_t nrow = vert->nrow, ncol = vert->ncol;
-    Hux::ArenaScope scope;
-    double* m = work_array<double>(vert->nelem);
-    magnitude(vert->data, horiz->data, m, vert->nelem);
     double* out = result->data;
     std::fill(out, out + ncol, 0.0);
     std::fill(out + (nrow - 1) * ncol, out + nrow * ncol, 0.0);
+    if (nrow < 3) return nullptr;
+    // Magnitudes of the rows above, at and below the current one, computed once each.
+    Hux::ArenaScope scope;
+    double* ring[3] = {work_array<double>(ncol), work_array<double>(ncol), work_array<double>(ncol)};
+    magnitude(vert->data, horiz->data, ring[0], ncol);
+    magnitude(vert->data + ncol, horiz->data + ncol, ring[1], ncol);
     Poll poll(intrp);
     for (int64_t r = 1; r < nrow - 1; ++r) {
+        const double* up = ring[(r - 1) % 3];
+        const double* mid = ring[r % 3];
+        double* down = ring[(r + 1) % 3];
+        magnitude(vert->data + (r + 1) * ncol, horiz->data + (r + 1) * ncol, down, ncol);
+        const double* v_row = vert->data + r * ncol;
+        const double* h_row = horiz->data + r * ncol;
         double* o = out + r * ncol;
         o[0] = 0.0;
         o[ncol - 1] = 0.0;
         for (int64_t c = 1; c < ncol - 1; ++c) {
-            const int64_t p = r * ncol + c;
-            const double v = vert->data[p], h = horiz->data[p];
+            const double v = v_row[c], h = h_row[c];
             const double av = std::fabs(v), ah = std::fabs(h);
             if (av < 1e-8 && ah < 1e-8) {
                 o[c] = 0.0;
@@ -99,15 +107,17 @@ const char* nonmaxima(const _double_mat* vert, const _double_mat* horiz, void* i
             if (ah <= av) {  // mostly vertical gradient: compare along the rows above and below
                 const double d = h / v, ad = std::fabs(d);
                 const int64_t s = d > 0 ? 1 : d < 0 ? -1 : 0;
-                a = m[p + ncol] * (1 - ad) + m[p + ncol + s] * ad;
-                b = m[p - ncol] * (1 - ad) + m[p - ncol - s] * ad;
+                a = down[c] * (1 - ad) + down[c + s] * ad;
+                b = up[c] * (1 - ad) + up[c - s] * ad;
             } else {
                 const double d = v / h, ad = std::fabs(d);
                 const int64_t s = d > 0 ? 1 : d < 0 ? -1 : 0;
-                a = m[p + 1] * (1 - ad) + m[p + 1 + s * ncol] * ad;
-                b = m[p - 1] * (1 - ad) + m[p - 1 - s * ncol] * ad;
+                const double* side = s > 0 ? down : s < 0 ? up : mid;    // row r + s
+                const double* other = s > 0 ? up : s < 0 ? down : mid;   // row r - s
+                a = mid[c + 1] * (1 - ad) + side[c + 1] * ad;
+                b = mid[c - 1] * (1 - ad) + other[c - 1] * ad;
             }
-            o[c] = (m[p] >= a && m[p] >= b) ? m[p] : 0.0;
+            o[c] = (mid[c] >= a && mid[c] >= b) ? mid[c] : 0.0;
         }
         MUTILS_TRY(poll.add(20.0 * double(ncol)));
     }
