@@ -11,15 +11,15 @@
 // rows (outer) and columns (inner) from 0; integer results wrap around in their width, float
 // and double results accumulate in double.
 //
-// | condition                                                   | message                  |
-// |-------------------------------------------------------------|--------------------------|
-// | null image, kernel or result                                | "null pointer"           |
-// | invalid records                                             | raised by validation     |
-// | result not of the image's size                              | "array size mismatch"    |
-// | boundary rule outside 0 ... 3                               | "Illegal data value"     |
-// | result sharing storage with the image or the kernel         | "Illegal memory address" |
+// | condition                                                    | message                  |
+// |--------------------------------------------------------------|--------------------------|
+// | null image, kernel or result                                 | "null pointer"           |
+// | invalid records                                              | raised by validation     |
+// | result not of the image's size                               | "array size mismatch"    |
+// | boundary rule outside 0 ... 3                                | "Illegal data value"     |
+// | result sharing storage with the image or the kernel          | "Illegal memory address" |
 // | a floating image or kernel with an integer result; a complex | "Illegal data type"      |
-// | image, kernel or result                                     |                          |
+// | image, kernel or result                                      |                          |
 //
 // The image and the kernel are brought to the result's element type first (an integer value
 // that does not fit raises "overflow"). The interrupt is polled once per output row.
