@@ -40,6 +40,10 @@
 #include "../mat/sort.h"
 
 // Image processing
+#include "../img/morphology.h"
+#include "../img/components.h"
+#include "../img/filter.h"
+#include "../img/edge.h"
 
 // Signal processing
 #include "../sig/transform.h"
