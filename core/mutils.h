@@ -33,5 +33,6 @@
 // Boundary chains and polygons
 
 // Quantizers
+#include "../cls/quantize.h"
 
 // Optical flow
