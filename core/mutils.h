@@ -25,12 +25,14 @@
 #include "../mat/arith.h"
 
 // Image processing
+#include "../img/distance.h"
 
 // Signal processing
 
 // Wavelets
 
 // Boundary chains and polygons
+#include "../pgn/hull.h"
 
 // Quantizers
 #include "../cls/quantize.h"
