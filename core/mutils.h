@@ -26,6 +26,7 @@
 
 // Image processing
 #include "../img/distance.h"
+#include "../img/graymap.h"
 
 // Signal processing
 
