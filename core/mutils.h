@@ -27,6 +27,7 @@
 // Image processing
 #include "../img/distance.h"
 #include "../img/graymap.h"
+#include "../img/imagefile.h"
 #include "../img/tiff.h"
 
 // Signal processing
