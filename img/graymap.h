@@ -24,6 +24,13 @@
 
 namespace mutils {
 
+/// Criterion of the automatic threshold: 1 selects the between-class variance; any other value
+/// the minimum error.
+enum _img_thresh_type : int32_t {
+    IMG_THRESH_MINIMUM_ERROR = 0,
+    IMG_THRESH_BETWEEN_CLASS = 1
+};
+
 MUTILS_API const char* imgu8_map_window_level(const _uint8_mat* image, double low, double high, void* intrp_ptr,
                                               _uint8_mat* result);
 MUTILS_API const char* imgu16_map_window_level(const _uint16_mat* image, double low, double high, void* intrp_ptr,
@@ -37,4 +44,16 @@ MUTILS_API const char* imgdbl_map_window_level(const _double_mat* image, double 
 MUTILS_API const char* imguniv_map_window_level(const _univ_mat* image, double low, double high, void* intrp_ptr,
                                                 _univ_mat* result);
 
+
+MUTILS_API const char* imgu8_threshold_auto(const _uint8_mat* image, int32_t bins, _img_thresh_type criterion,
+                                            void* intrp_ptr, _uint8_mat* result, double* threshold);
+MUTILS_API const char* imgu16_threshold_auto(const _uint16_mat* image, int32_t bins, _img_thresh_type criterion,
+                                             void* intrp_ptr, _uint16_mat* result, double* threshold);
+MUTILS_API const char* imguniv_threshold_auto(const _univ_mat* image, int32_t bins, _img_thresh_type criterion,
+                                              void* intrp_ptr, _univ_mat* result, double* threshold);
+
 }  // namespace mutils
+
+MUTILS_API mutils::_mutil_errcode imguniv_threshold_auto(const mutils::_univ_mat* image, int32_t bins,
+                                                         mutils::_img_thresh_type criterion, void* intrp_ptr,
+                                                         mutils::_univ_mat* result, double* threshold);
