@@ -44,6 +44,10 @@
 #include "../img/components.h"
 #include "../img/filter.h"
 #include "../img/edge.h"
+#include "../img/distance.h"
+#include "../img/graymap.h"
+#include "../img/imagefile.h"
+#include "../img/tiff.h"
 
 // Signal processing
 #include "../sig/transform.h"
@@ -57,8 +61,10 @@
 
 // Boundary chains and polygons
 #include "../pgn/chain.h"
+#include "../pgn/hull.h"
 
 // Quantizers
+#include "../cls/quantize.h"
 
 // Optical flow
 #include "../vid/flow.h"

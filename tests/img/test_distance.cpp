@@ -1,0 +1,179 @@
+// Chamfer distance transform and filled convex hull of object pixels.
+#include <cmath>
+#include <random>
+
+#include "support.h"
+
+namespace mutils::test {
+namespace {
+
+using DistanceTest = ArenaTest;
+using ConvexHullTest = ArenaTest;
+
+const double r2 = std::sqrt(2.0);
+
+std::vector<double> distances(const _uint8_mat& img, _img_distance_type metric) {
+    auto r = make<double>(img.nrow, img.ncol);
+    EXPECT_EQ(message(imgu8_transform_distance(&img, metric, 1, nullptr, &r)), "");
+    return values(r);
+}
+
+TEST_F(DistanceTest, CornerPixelUnderEachMetric) {
+    auto img = make<unsigned char>(3, 3, {1, 0, 0, 0, 0, 0, 0, 0, 0});
+    auto e = distances(img, IMG_DISTANCE_EUCLIDEAN);
+    std::vector<double> expect{0, 1, 2, 1, r2, r2 + 1, 2, r2 + 1, 2 * r2};
+    for (int i = 0; i < 9; ++i) EXPECT_NEAR(e[i], expect[i], 1e-12) << i;
+    EXPECT_EQ(distances(img, IMG_DISTANCE_CHESSBOARD), (std::vector<double>{0, 1, 2, 1, 1, 2, 2, 2, 2}));
+    EXPECT_EQ(distances(img, IMG_DISTANCE_CITY_BLOCK), (std::vector<double>{0, 1, 2, 1, 2, 3, 2, 3, 4}));
+    auto all = make<unsigned char>(2, 3, {1, 1, 1, 1, 1, 1});
+    EXPECT_EQ(distances(all, IMG_DISTANCE_EUCLIDEAN), std::vector<double>(6, 0.0));
+}
+
+// Exhaustive nearest-object search in the metric that the two-pass 3 x 3 chamfer computes exactly.
+double brute(const _uint8_mat& img, int r, int c, _img_distance_type metric) {
+    double best = 1e300;
+    for (int y = 0; y < img.nrow; ++y)
+        for (int x = 0; x < img.ncol; ++x) {
+            if (img.data[y * img.ncol + x] != 1) continue;
+            double dy = std::abs(y - r), dx = std::abs(x - c), lo = std::min(dx, dy), hi = std::max(dx, dy);
+            double d = metric == IMG_DISTANCE_CITY_BLOCK ? dx + dy
+                     : metric == IMG_DISTANCE_CHESSBOARD ? hi
+                                                         : (hi - lo) + r2 * lo;
+            best = std::min(best, d);
+        }
+    return best;
+}
+
+TEST_F(DistanceTest, MatchesExhaustiveSearchOnRandomImagesAndThinShapes) {
+    std::mt19937 gen(11);
+    const int shapes[][2] = {{1, 1}, {1, 9}, {9, 1}, {2, 2}, {7, 13}, {16, 5}, {20, 20}};
+    for (auto [rows, cols] : shapes) {
+        for (int density : {2, 20, 60}) {
+            auto img = make<unsigned char>(rows, cols);
+            for (int i = 0; i < rows * cols; ++i) img.data[i] = int(gen() % 100) < density;
+            img.data[gen() % (rows * cols)] = 1;
+            for (auto metric : {IMG_DISTANCE_EUCLIDEAN, IMG_DISTANCE_CITY_BLOCK, IMG_DISTANCE_CHESSBOARD}) {
+                auto d = distances(img, metric);
+                for (int y = 0; y < rows; ++y)
+                    for (int x = 0; x < cols; ++x)
+                        ASSERT_NEAR(d[y * cols + x], brute(img, y, x, metric), 1e-9)
+                            << rows << "x" << cols << " metric " << metric << " at " << y << "," << x;
+            }
+        }
+    }
+}
+
+TEST_F(DistanceTest, RefusalsAndTheirMessages) {
+    auto img = make<double>(2, 2, {0, 5, 0, 0});
+    auto r = make<double>(2, 2);
+    auto small = make<double>(1, 2);
+    EXPECT_EQ(message(imgdbl_transform_distance(&img, IMG_DISTANCE_EUCLIDEAN, 5, nullptr, &small)),
+              "array size mismatch");
+    EXPECT_EQ(message(imgdbl_transform_distance(&img, IMG_DISTANCE_EUCLIDEAN, 5, nullptr, &img)),
+              "Illegal memory address");
+    EXPECT_EQ(message(imgdbl_transform_distance(&img, static_cast<_img_distance_type>(3), 5, nullptr, &r)),
+              "Illegal data value");
+    EXPECT_EQ(message(imgdbl_transform_distance(&img, IMG_DISTANCE_EUCLIDEAN, 7, nullptr, &r)), "Illegal data value");
+    EXPECT_EQ(raised([&] { imgdbl_transform_distance(&img, IMG_DISTANCE_EUCLIDEAN, 5, nullptr, nullptr); }),
+              "null pointer");
+}
+
+TEST_F(DistanceTest, UniversalMemberChecksTypesAndMapsU32ToTheSignedMember) {
+    auto img = make_univ<uint32_t>(1, 3, {4000000000u, 1, 2});
+    auto r = make_univ<double>(1, 3);
+    ASSERT_EQ(message(imguniv_transform_distance(&img, IMG_DISTANCE_CITY_BLOCK, scalar_u32(4000000000u), nullptr, &r)),
+              "");
+    EXPECT_EQ(values_of<double>(r), (std::vector<double>{0, 1, 2}));
+    EXPECT_EQ(message(imguniv_transform_distance(&img, IMG_DISTANCE_CITY_BLOCK, scalar_s32(1), nullptr, &r)),
+              "Illegal data type");
+    auto rf = make_univ<float>(1, 3);
+    EXPECT_EQ(message(imguniv_transform_distance(&img, IMG_DISTANCE_CITY_BLOCK, scalar_u32(1), nullptr, &rf)),
+              "Illegal data type");
+    auto s16 = make_univ<int16_t>(1, 3);
+    EXPECT_EQ(message(imguniv_transform_distance(&s16, IMG_DISTANCE_CITY_BLOCK, scalar_s16(0), nullptr, &r)),
+              "Illegal data type");
+    EXPECT_EQ(message(imguniv_transform_distance(nullptr, IMG_DISTANCE_CITY_BLOCK, scalar_s16(0), nullptr, &r)),
+              "null pointer");
+    EXPECT_EQ(::imguniv_transform_distance(&img, static_cast<_img_distance_type>(9), scalar_u32(1), nullptr, &r),
+              MUTIL_ERR_ILLEGAL_VALUE);
+}
+
+std::vector<unsigned char> hull(int rows, int cols, const std::vector<std::pair<int, int>>& object) {
+    auto img = make<unsigned char>(rows, cols);
+    for (auto [y, x] : object) img.data[y * cols + x] = 9;
+    auto r = make<unsigned char>(rows, cols);
+    EXPECT_EQ(message(imgu8_convex_hull(&img, 9, nullptr, &r)), "");
+    return values(r);
+}
+
+TEST_F(ConvexHullTest, FillsPixelsWhoseCentresLieInsideOrOnTheHull) {
+    EXPECT_EQ(hull(3, 3, {{1, 1}}), (std::vector<unsigned char>{0, 0, 0, 0, 1, 0, 0, 0, 0}));
+    // A diagonal line keeps exactly its pixels; a segment between (0,0) and (2,1) only its ends.
+    EXPECT_EQ(hull(3, 3, {{0, 0}, {2, 2}}), (std::vector<unsigned char>{1, 0, 0, 0, 1, 0, 0, 0, 1}));
+    EXPECT_EQ(hull(3, 3, {{0, 0}, {2, 1}}), (std::vector<unsigned char>{1, 0, 0, 0, 0, 0, 0, 1, 0}));
+    // Triangle: the hypotenuse pixels are on the boundary and filled.
+    EXPECT_EQ(hull(4, 4, {{0, 0}, {0, 3}, {3, 0}}),
+              (std::vector<unsigned char>{1, 1, 1, 1, 1, 1, 1, 0, 1, 1, 0, 0, 1, 0, 0, 0}));
+}
+
+TEST_F(ConvexHullTest, RasterAgreesWithPointInPolygonOnRandomObjects) {
+    std::mt19937 gen(5);
+    for (int trial = 0; trial < 40; ++trial) {
+        const int rows = 3 + int(gen() % 20), cols = 3 + int(gen() % 20);
+        auto img = make<double>(rows, cols);
+        int count = 1 + int(gen() % 6);
+        std::vector<int32_t> pts;
+        for (int k = 0; k < count; ++k) {
+            int y = int(gen() % rows), x = int(gen() % cols);
+            img.data[y * cols + x] = -2.5;
+            pts.push_back(y), pts.push_back(x);
+        }
+        auto r = make<double>(rows, cols);
+        ASSERT_EQ(message(imgdbl_convex_hull(&img, -2.5, nullptr, &r)), "");
+        auto p = make<int32_t>(count, 2, pts);
+        _sint32_mat h;
+        ASSERT_EQ(message(pgns32_convex_hull(&p, nullptr, &h)), "");
+        for (int y = 0; y < rows; ++y)
+            for (int x = 0; x < cols; ++x) {
+                bool inside = true;
+                for (int e = 0; e + 1 < h.nrow; ++e) {
+                    int64_t ar = h.data[2 * e], ac = h.data[2 * e + 1], br = h.data[2 * e + 2], bc = h.data[2 * e + 3];
+                    int64_t cross = (br - ar) * (x - ac) - (bc - ac) * (y - ar);
+                    if (cross < 0) inside = false;
+                }
+                if (h.nrow <= 3) {  // point or segment: the centre must lie on it
+                    int64_t ar = h.data[0], ac = h.data[1], br = h.data[2], bc = h.data[3];
+                    inside = inside && std::min(ar, br) <= y && y <= std::max(ar, br) && std::min(ac, bc) <= x &&
+                             x <= std::max(ac, bc) && (br - ar) * (x - ac) == (bc - ac) * (y - ar);
+                }
+                ASSERT_EQ(r.data[y * cols + x], inside ? 1.0 : 0.0) << "trial " << trial << " at " << y << "," << x;
+            }
+    }
+}
+
+TEST_F(ConvexHullTest, NoObjectLeavesTheResultUntouched) {
+    auto img = make<uint16_t>(2, 2, {1, 2, 3, 4});
+    auto r = make<uint16_t>(2, 2, {7, 7, 7, 7});
+    ASSERT_EQ(message(imgu16_convex_hull(&img, 5, nullptr, &r)), "");
+    EXPECT_EQ(values(r), (std::vector<uint16_t>{7, 7, 7, 7}));
+    auto small = make<uint16_t>(1, 2);
+    EXPECT_EQ(message(imgu16_convex_hull(&img, 5, nullptr, &small)), "array size mismatch");
+}
+
+TEST_F(ConvexHullTest, UniversalMemberAcceptsU8U16AndDoubleOnly) {
+    auto img = make_univ<uint16_t>(2, 2, {0, 3, 3, 0});
+    auto r = make_univ<uint16_t>(2, 2);
+    ASSERT_EQ(message(imguniv_convex_hull(&img, scalar_u16(3), nullptr, &r)), "");
+    EXPECT_EQ(values_of<uint16_t>(r), (std::vector<uint16_t>{0, 1, 1, 0}));
+    EXPECT_EQ(message(imguniv_convex_hull(&img, scalar_u8(3), nullptr, &r)), "Illegal data type");
+    auto rd = make_univ<double>(2, 2);
+    EXPECT_EQ(message(imguniv_convex_hull(&img, scalar_u16(3), nullptr, &rd)), "Illegal data type");
+    auto s32 = make_univ<int32_t>(2, 2);
+    auto rs = make_univ<int32_t>(2, 2);
+    EXPECT_EQ(message(imguniv_convex_hull(&s32, scalar_s32(0), nullptr, &rs)), "Illegal data type");
+    EXPECT_EQ(::imguniv_convex_hull(&s32, scalar_s32(0), nullptr, &rs), MUTIL_ERR_ILLEGAL_TYPE);
+    EXPECT_EQ(message(imguniv_convex_hull(&img, scalar_u16(3), nullptr, nullptr)), "null pointer");
+}
+
+}  // namespace
+}  // namespace mutils::test

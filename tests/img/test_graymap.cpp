@@ -1,0 +1,223 @@
+// Grey-level maps: window/level, inversion, automatic thresholds, discrete levels, equalisation.
+#include <algorithm>
+#include <cmath>
+#include <random>
+
+#include "support.h"
+
+namespace mutils::test {
+namespace {
+
+using WindowLevelTest = ArenaTest;
+
+std::vector<unsigned char> window(const std::vector<double>& x, double low, double high) {
+    auto a = make<double>(1, int32_t(x.size()), x);
+    auto r = make<unsigned char>(1, int32_t(x.size()));
+    EXPECT_EQ(message(imgdbl_map_window_level(&a, low, high, nullptr, &r)), "");
+    return values(r);
+}
+
+TEST_F(WindowLevelTest, MapsTheWindowOntoEightBitsAndInvertsWhenBoundsAreExchanged) {
+    EXPECT_EQ(window({10, 15, 19.99, 20, 5, 25}, 10, 20), (std::vector<unsigned char>{0, 128, 255, 255, 0, 255}));
+    EXPECT_EQ(window({10, 15, 19.99, 20, 5, 25}, 20, 10), (std::vector<unsigned char>{255, 128, 0, 0, 255, 0}));
+    EXPECT_EQ(window({-1e300, 2.9, 3, 3.1, NAN}, 3, 3), (std::vector<unsigned char>{0, 0, 0, 255, 0}));
+    // A range of exactly 256 steps is the identity on its integers.
+    EXPECT_EQ(window({0, 1, 127, 255, 256}, 0, 256), (std::vector<unsigned char>{0, 1, 127, 255, 255}));
+}
+
+TEST_F(WindowLevelTest, EveryTypedMemberAgreesWithTheDoubleMember) {
+    std::vector<double> xs;
+    for (int v = 0; v < 256; ++v) xs.push_back(v);
+    auto u8 = make<unsigned char>(16, 16);
+    auto u16 = make<uint16_t>(16, 16);
+    auto s32 = make<int32_t>(16, 16);
+    for (int v = 0; v < 256; ++v) u8.data[v] = (unsigned char)v, u16.data[v] = uint16_t(v), s32.data[v] = v - 100;
+    auto r = make<unsigned char>(16, 16);
+    for (auto [lo, hi] : {std::pair{0.0, 255.0}, {30.5, 31.5}, {200.0, 10.0}, {77.0, 77.0}, {-50.0, 300.0}}) {
+        auto expect = window(xs, lo, hi);
+        ASSERT_EQ(message(imgu8_map_window_level(&u8, lo, hi, nullptr, &r)), "");
+        EXPECT_EQ(values(r), expect) << lo << " " << hi;
+        ASSERT_EQ(message(imgu16_map_window_level(&u16, lo, hi, nullptr, &r)), "");
+        EXPECT_EQ(values(r), expect) << lo << " " << hi;
+        ASSERT_EQ(message(imgs32_map_window_level(&s32, lo - 100, hi - 100, nullptr, &r)), "");
+        EXPECT_EQ(values(r), expect) << lo << " " << hi;
+    }
+}
+
+TEST_F(WindowLevelTest, UniversalMemberNeedsAnEightBitResult) {
+    auto a = make_univ<uint32_t>(1, 2, {5, 4000000000u});
+    auto r = make_univ<unsigned char>(1, 2);
+    ASSERT_EQ(message(imguniv_map_window_level(&a, 0, 1e9, nullptr, &r)), "");
+    EXPECT_EQ(values_of<unsigned char>(r), (std::vector<unsigned char>{0, 255}));
+    auto r16 = make_univ<uint16_t>(1, 2);
+    EXPECT_EQ(message(imguniv_map_window_level(&a, 0, 1, nullptr, &r16)), "Illegal data type");
+    auto f = make_univ<float>(1, 2);
+    EXPECT_EQ(message(imguniv_map_window_level(&f, 0, 1, nullptr, &r)), "Illegal data type");
+    auto wide = make_univ<unsigned char>(1, 3);
+    EXPECT_EQ(message(imguniv_map_window_level(&a, 0, 1, nullptr, &wide)), "array size mismatch");
+    EXPECT_EQ(message(imguniv_map_window_level(&a, 0, 1, nullptr, nullptr)), "null pointer");
+}
+
+using ThresholdTest = ArenaTest;
+
+struct Split {
+    double threshold;
+    std::vector<unsigned char> pixels;
+};
+
+Split split(const std::vector<unsigned char>& x, int32_t bins, _img_thresh_type criterion) {
+    auto a = make<unsigned char>(1, int32_t(x.size()), x);
+    auto r = make<unsigned char>(1, int32_t(x.size()));
+    Split s{-1, {}};
+    EXPECT_EQ(message(imgu8_threshold_auto(&a, bins, criterion, nullptr, &r, &s.threshold)), "");
+    s.pixels = values(r);
+    return s;
+}
+
+TEST_F(ThresholdTest, MinimumErrorSpecialCasesForTwoAndThreeLevels) {
+    auto two = split({5, 9, 9, 5}, 4, IMG_THRESH_MINIMUM_ERROR);  // bins 0 and 3: the first
+    EXPECT_DOUBLE_EQ(two.threshold, 6);
+    EXPECT_EQ(two.pixels, (std::vector<unsigned char>{0, 1, 1, 0}));
+    // Bins 0, 2, 9: the middle one is nearer the first.
+    EXPECT_DOUBLE_EQ(split({0, 3, 10}, 10, IMG_THRESH_MINIMUM_ERROR).threshold, 3);
+    // Bins 0, 7, 9: the middle one is nearer the last, so the first is taken.
+    auto far = split({0, 8, 10}, 10, IMG_THRESH_MINIMUM_ERROR);
+    EXPECT_DOUBLE_EQ(far.threshold, 1);
+    EXPECT_EQ(far.pixels, (std::vector<unsigned char>{0, 1, 1}));
+}
+
+TEST_F(ThresholdTest, ZeroBinsMeansAHundred) {
+    const std::vector<unsigned char> x{0, 0, 200, 200, 0};
+    EXPECT_DOUBLE_EQ(split(x, 0, IMG_THRESH_BETWEEN_CLASS).threshold, 2);  // upper edge of bin 0 of 100
+    EXPECT_DOUBLE_EQ(split(x, -5, IMG_THRESH_BETWEEN_CLASS).threshold, 2);
+    EXPECT_DOUBLE_EQ(split(x, 10, IMG_THRESH_BETWEEN_CLASS).threshold, 20);
+}
+
+// Reference criteria evaluated from scratch for every candidate (bins numbered from 1).
+int64_t reference_between_class(const std::vector<double>& h) {
+    int64_t last = -1;
+    for (size_t i = 0; i < h.size(); ++i)
+        if (h[i] > 0) last = int64_t(i);
+    double best = -1;
+    int64_t k = 0;
+    for (int64_t c = 0; c < last; ++c) {
+        if (c > 0 && h[c] == 0) continue;
+        double n0 = 0, s0 = 0, n1 = 0, s1 = 0;
+        for (size_t i = 0; i < h.size(); ++i) (int64_t(i) <= c ? n0 : n1) += h[i], (int64_t(i) <= c ? s0 : s1) += (i + 1.0) * h[i];
+        double w = n0 / (n0 + n1), d = s0 / n0 - s1 / n1, score = w * (1 - w) * d * d;
+        if (score > best) best = score, k = c;
+    }
+    return k;
+}
+
+int64_t reference_minimum_error(const std::vector<double>& h) {
+    std::vector<int64_t> ne;
+    for (size_t i = 0; i < h.size(); ++i)
+        if (h[i] > 0) ne.push_back(int64_t(i));
+    double best = INFINITY;
+    int64_t k = ne[1];
+    for (size_t j = 1; j + 2 < ne.size(); ++j) {
+        double n[2] = {}, s[2] = {}, q[2] = {};
+        for (size_t i = 0; i < h.size(); ++i) {
+            int side = int64_t(i) <= ne[j] ? 0 : 1;
+            n[side] += h[i], s[side] += (i + 1.0) * h[i];
+        }
+        for (size_t i = 0; i < h.size(); ++i) {
+            int side = int64_t(i) <= ne[j] ? 0 : 1;
+            double d = (i + 1.0) - s[side] / n[side];
+            q[side] += d * d * h[i];
+        }
+        double total = n[0] + n[1], score = 0;
+        for (int c = 0; c < 2; ++c) {
+            double p = n[c] / total;
+            score += p * 0.5 * std::log(q[c] / n[c]) - p * std::log(p);
+        }
+        if (score < best) best = score, k = ne[j];
+    }
+    return k;
+}
+
+TEST_F(ThresholdTest, CriteriaAgreeWithFromScratchEvaluationOnRandomImages) {
+    std::mt19937 gen(17);
+    for (int trial = 0; trial < 60; ++trial) {
+        const int bins = 2 + int(gen() % 40), n = 50 + int(gen() % 300);
+        std::normal_distribution<double> dark(60 + gen() % 20, 5 + gen() % 15), light(170 + gen() % 40, 5 + gen() % 25);
+        std::vector<unsigned char> x(n);
+        for (auto& v : x) v = (unsigned char)std::clamp(std::lround(gen() % 3 ? dark(gen) : light(gen)), 0L, 255L);
+        auto [lo, hi] = std::minmax_element(x.begin(), x.end());
+        if (*lo == *hi) continue;
+        std::vector<double> h(bins);
+        const double a = *lo, b = *hi, factor = bins / (b - a);
+        for (unsigned char v : x) h[v == a ? 0 : v == b ? bins - 1 : int(std::ceil((v - a) * factor)) - 1] += 1;
+        int nonempty = 0;
+        for (double c : h) nonempty += c > 0;
+        const int64_t otsu = reference_between_class(h);
+        EXPECT_DOUBLE_EQ(split(x, bins, IMG_THRESH_BETWEEN_CLASS).threshold, a + (b - a) * (otsu + 1) / bins)
+            << "trial " << trial;
+        if (nonempty >= 4) {
+            const int64_t kittler = reference_minimum_error(h);
+            EXPECT_DOUBLE_EQ(split(x, bins, IMG_THRESH_MINIMUM_ERROR).threshold, a + (b - a) * (kittler + 1) / bins)
+                << "trial " << trial;
+        }
+        // The 16-bit member sees the same histogram.
+        std::vector<uint16_t> w(x.begin(), x.end());
+        auto a16 = make<uint16_t>(1, n, w);
+        auto r16 = make<uint16_t>(1, n);
+        double t16;
+        ASSERT_EQ(message(imgu16_threshold_auto(&a16, bins, IMG_THRESH_BETWEEN_CLASS, nullptr, &r16, &t16)), "");
+        EXPECT_DOUBLE_EQ(t16, a + (b - a) * (otsu + 1) / bins);
+        for (int i = 0; i < n; ++i) ASSERT_EQ(r16.data[i], x[i] > t16 ? 1 : 0);
+    }
+}
+
+TEST_F(ThresholdTest, LargeImagesGiveTheSameSplitInEightAndSixteenBits) {
+    // Large 8-bit images are counted another way than small ones and than 16-bit images.
+    const int side = 600;
+    std::mt19937 gen(23);
+    std::normal_distribution<double> dark(60, 20), light(190, 15);
+    auto a8 = make<unsigned char>(side, side + 3);
+    auto a16 = make<uint16_t>(side, side + 3);
+    for (int i = 0; i < a8.nelem; ++i) {
+        a8.data[i] = (unsigned char)std::clamp(std::lround(gen() % 4 ? dark(gen) : light(gen)), 0L, 255L);
+        a16.data[i] = a8.data[i];
+    }
+    auto r8 = make<unsigned char>(side, side + 3);
+    auto r16 = make<uint16_t>(side, side + 3);
+    for (auto criterion : {IMG_THRESH_BETWEEN_CLASS, IMG_THRESH_MINIMUM_ERROR}) {
+        double t8 = -1, t16 = -2;
+        ASSERT_EQ(message(imgu8_threshold_auto(&a8, 0, criterion, nullptr, &r8, &t8)), "");
+        ASSERT_EQ(message(imgu16_threshold_auto(&a16, 0, criterion, nullptr, &r16, &t16)), "");
+        EXPECT_EQ(t8, t16);
+        EXPECT_GT(t8, 80.0);
+        EXPECT_LT(t8, 170.0);
+        for (int i = 0; i < r8.nelem; ++i) ASSERT_EQ(r8.data[i], r16.data[i]) << i;
+    }
+}
+
+TEST_F(ThresholdTest, RefusalsAndTheirMessages) {
+    auto flat = make_univ<unsigned char>(2, 2, {7, 7, 7, 7});
+    auto r = make_univ<unsigned char>(2, 2);
+    double t = -1;
+    EXPECT_EQ(message(imguniv_threshold_auto(&flat, 10, IMG_THRESH_BETWEEN_CLASS, nullptr, &r, &t)),
+              "Illegal data value");
+    auto img = make_univ<unsigned char>(2, 2, {1, 2, 3, 9});
+    EXPECT_EQ(message(imguniv_threshold_auto(&img, 10, IMG_THRESH_BETWEEN_CLASS, nullptr, &r, nullptr)),
+              "null pointer");
+    EXPECT_EQ(message(imguniv_threshold_auto(&img, 1, IMG_THRESH_MINIMUM_ERROR, nullptr, &r, &t)),
+              "array size mismatch");
+    EXPECT_EQ(message(imguniv_threshold_auto(&img, 1, IMG_THRESH_BETWEEN_CLASS, nullptr, &r, &t)),
+              "Illegal data value");
+    auto small = make_univ<unsigned char>(1, 4);
+    EXPECT_EQ(message(imguniv_threshold_auto(&img, 10, IMG_THRESH_BETWEEN_CLASS, nullptr, &small, &t)),
+              "array size mismatch");
+    auto r16 = make_univ<uint16_t>(2, 2);
+    EXPECT_EQ(message(imguniv_threshold_auto(&img, 10, IMG_THRESH_BETWEEN_CLASS, nullptr, &r16, &t)),
+              "Illegal data type");
+    auto f = make_univ<float>(2, 2);
+    EXPECT_EQ(message(imguniv_threshold_auto(&f, 10, IMG_THRESH_BETWEEN_CLASS, nullptr, &f, &t)), "Illegal data type");
+    EXPECT_EQ(message(imguniv_threshold_auto(nullptr, 10, IMG_THRESH_BETWEEN_CLASS, nullptr, &r, &t)), "null pointer");
+    EXPECT_EQ(::imguniv_threshold_auto(&flat, 10, IMG_THRESH_BETWEEN_CLASS, nullptr, &r, &t), MUTIL_ERR_ILLEGAL_VALUE);
+}
+
+}  // namespace
+}  // namespace mutils::test
