@@ -6,6 +6,7 @@
 
 #include "../core/detail.h"
 #include "cast.h"
+#include "detail_mat.h"
 #include "detail_scalar.h"
 
 namespace mutils {
@@ -14,7 +15,8 @@ namespace {
 
 // ---- histogram ------------------------------------------------------------------------------
 
-/// The bin rule: bin k holds (a + k w, a + (k + 1) w]; -1 when x is not counted.
+/// The bin rule: bin k holds (a + k w, a + (k + 1) w], w = (b - a) / B; the element equal to a
+/// goes to bin 0 when the flag is set.
 struct Binning {
     double lower, upper, factor;
     int64_t bins;
@@ -22,34 +24,45 @@ struct Binning {
 
     Binning(double a, double b, int64_t nbins, bool flag)
         : lower(a), upper(b), factor(double(nbins) / (b - a)), bins(nbins), include_lower(flag) {}
-
-    int64_t bin(double x) const {
-        if (!(x > lower && x <= upper)) return (x == lower && include_lower) ? 0 : -1;
-        // k = ceil(t) - 1, kept inside [0, B - 1] so that rounding never loses an element of (a, b].
-        double t = (x - lower) * factor;
-        t = t < double(bins) ? t : double(bins);
-        t = t > 0.0 ? t : 0.0;
-        int64_t k = int64_t(t);
-        k -= double(k) == t;
-        return k < 0 ? 0 : k;
-    }
 };
 
-/// Counts into four interleaved sub-histograms so that runs of equal bins do not serialise
-/// on one counter; the caller adds them up.
-template <class T> MUTILS_CLONES void count_bins(const T* x, int64_t n, const Binning& rule, uint32_t* sub) {
-    const int64_t stride = rule.bins + 1;  // slot `bins` of each sub-histogram takes the misses
+/// The library never reads the floating-point exception flags, so the binning loop may evaluate
+/// every branch of its selections; that lets the compiler turn them into vector blends.
+#if defined(__GNUC__) && !defined(__clang__)
+#define MUTILS_NO_TRAPPING __attribute__((optimize("no-trapping-math")))
+#else
+#define MUTILS_NO_TRAPPING
+#endif
+
+/// The slots of a block of elements: bin k = ceil((x - a) factor) - 1, kept inside [0, B - 1] so
+/// that rounding never loses an element of (a, b], or `bins` for an element that is not counted.
+/// Written without branches, so that it runs on vectors.
+template <class T>
+MUTILS_CLONES MUTILS_NO_TRAPPING void bin_block(const T* x, int64_t n, const Binning& rule, int32_t* slot) {
+    const double lower = rule.lower, upper = rule.upper, factor = rule.factor, last = double(rule.bins - 1);
+    const double miss = double(rule.bins), edge = rule.include_lower ? 0.0 : miss;
+    for (int64_t i = 0; i < n; ++i) {
+        const double v = double(x[i]);
+        double k = std::ceil((v - lower) * factor) - 1.0;
+        k = k < last ? k : last;
+        k = k > 0.0 ? k : 0.0;
+        const double other = v == lower ? edge : miss;
+        const bool inside = (v > lower) & (v <= upper);
+        slot[i] = int32_t(inside ? k : other);
+    }
+}
+
+/// Counts a block into four interleaved sub-histograms so that runs of equal bins do not
+/// serialise on one counter; the caller adds them up.
+inline void count_slots(const int32_t* slot, int64_t n, int64_t stride, uint32_t* sub) {
     int64_t i = 0;
     for (; i + 4 <= n; i += 4) {
-        for (int lane = 0; lane < 4; ++lane) {
-            const int64_t k = rule.bin(double(x[i + lane]));
-            ++sub[lane * stride + (k < 0 ? rule.bins : k)];
-        }
+        ++sub[slot[i]];
+        ++sub[stride + slot[i + 1]];
+        ++sub[2 * stride + slot[i + 2]];
+        ++sub[3 * stride + slot[i + 3]];
     }
-    for (; i < n; ++i) {
-        const int64_t k = rule.bin(double(x[i]));
-        ++sub[k < 0 ? rule.bins : k];
-    }
+    for (; i < n; ++i) ++sub[slot[i]];
 }
 
 template <class T>
@@ -68,20 +81,27 @@ const char* histogram(const mat_t<T>* a, double lower, double upper, unsigned ch
         if (sizeof(T) == 1 || n >= kValues) {
             uint32_t* per_value = work_array_zero<uint32_t>(kValues);
             for (int64_t i = 0; i < n; ++i) ++per_value[a->data[i]];
-            for (int64_t v = 0; v < kValues; ++v) {
-                const int64_t k = per_value[v] ? rule.bin(double(T(v))) : -1;
-                if (k >= 0) h->data[k] += per_value[v];
-            }
+            T* value = work_array<T>(kValues);
+            int32_t* slot = work_array<int32_t>(kValues);
+            for (int64_t v = 0; v < kValues; ++v) value[v] = T(v);
+            bin_block(value, kValues, rule, slot);
+            for (int64_t v = 0; v < kValues; ++v)
+                if (slot[v] < bins) h->data[slot[v]] += per_value[v];
             return poll.add(2.0 * double(n));
         }
     }
-    const int64_t stride = bins + 1;
+    const int64_t stride = bins + 1;  // slot `bins` of each sub-histogram takes the misses
     uint32_t* sub = work_array<uint32_t>(4 * stride);
-    constexpr int64_t kChunk = int64_t(1) << 20;
+    constexpr int64_t kBlock = 1024, kChunk = int64_t(1) << 20;  // one poll per chunk
+    int32_t* slot = work_array<int32_t>(kBlock);
     for (int64_t off = 0; off < n; off += kChunk) {
         std::memset(sub, 0, std::size_t(4 * stride) * sizeof(uint32_t));
         const int64_t len = n - off < kChunk ? n - off : kChunk;
-        count_bins(a->data + off, len, rule, sub);
+        for (int64_t b = 0; b < len; b += kBlock) {
+            const int64_t m = len - b < kBlock ? len - b : kBlock;
+            bin_block(a->data + off + b, m, rule, slot);
+            count_slots(slot, m, stride, sub);
+        }
         for (int64_t k = 0; k < bins; ++k)
             h->data[k] += sub[k] + sub[stride + k] + sub[2 * stride + k] + sub[3 * stride + k];
         MUTILS_TRY(poll.add(4.0 * double(len)));
@@ -121,17 +141,28 @@ const char* threshold(const mat_t<T>* a, double lower, double upper, T outside, 
 
 // ---- table lookup ---------------------------------------------------------------------------
 
-/// The table entry that value x names, or -1 when it names none.
-template <class T> inline int64_t entry_of(T x, int64_t entries) {
-    int64_t v;
-    if constexpr (std::is_integral_v<T>) {
-        v = int64_t(x);
+/// The table entry that element x names, or -1 when it names none: an integer element names the
+/// entry of its unsigned bit pattern (x is of the shared unsigned body here), a floating one its
+/// value rounded half up.
+template <class U> inline int64_t entry_of(U x, int64_t entries) {
+    if constexpr (std::is_integral_v<U>) {
+        static_assert(std::is_unsigned_v<U>, "integer lookups run on the unsigned body");
+        return int64_t(x) < entries ? int64_t(x) : -1;
     } else {
         const double f = std::floor(double(x) + 0.5);
-        if (!(f >= 0.0 && f < double(entries))) return -1;
-        v = int64_t(f);
+        return (f >= 0.0 && f < double(entries)) ? int64_t(f) : -1;
     }
-    return (v >= 0 && v < entries) ? v : -1;
+}
+
+/// R(i) = entry[A(i)] once the table holds A's element type: only the bits matter then, so
+/// same-width integer types share this body. Every element is checked before anything is written.
+template <class U>
+const char* lookup(const mat_t<U>* a, const U* entry, int64_t entries, void* intrp, mat_t<U>* r) {
+    const int64_t n = a->nelem;
+    for (int64_t i = 0; i < n; ++i)
+        if (entry_of(a->data[i], entries) < 0) return msg::illegal_data_value;
+    for (int64_t i = 0; i < n; ++i) r->data[i] = entry[entry_of(a->data[i], entries)];
+    return Poll(intrp).add(3.0 * double(n));
 }
 
 template <class T> const char* table_lookup(const mat_t<T>* a, const _univ_mat* table, void* intrp, mat_t<T>* r) {
@@ -142,9 +173,6 @@ template <class T> const char* table_lookup(const mat_t<T>* a, const _univ_mat* 
     if (table->type == MUTIL_DCOMPLEX) return msg::illegal_data_type;
     MUTILS_TRY(require_same_size(r, a));
     if (static_cast<const void*>(r->data) == table->data) return msg::illegal_memory_address;
-    const int64_t n = a->nelem, entries = table->nelem;
-    for (int64_t i = 0; i < n; ++i)
-        if (entry_of(a->data[i], entries) < 0) return msg::illegal_data_value;
     _univ_mat converted;
     if (table->type == elem<T>::tag) {
         converted = *table;
@@ -152,9 +180,9 @@ template <class T> const char* table_lookup(const mat_t<T>* a, const _univ_mat* 
         matuniv_malloc(&converted, table->nrow, table->ncol, elem<T>::tag);
         matuniv_cast(table, 1, intrp, &converted);
     }
-    const T* entry = static_cast<const T*>(converted.data);
-    for (int64_t i = 0; i < n; ++i) r->data[i] = entry[entry_of(a->data[i], entries)];
-    return Poll(intrp).add(3.0 * double(n));
+    using U = shared_body_t<T>;
+    return lookup<U>(reinterpret_cast<const mat_t<U>*>(a), static_cast<const U*>(converted.data), converted.nelem,
+                     intrp, reinterpret_cast<mat_t<U>*>(r));
 }
 
 using histogram_types = types<unsigned char, uint16_t, int32_t, double>;

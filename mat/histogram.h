@@ -12,12 +12,15 @@
 // a NaN element gives the inside value. R may be A.
 //
 // Table lookup (`mat<t>_table_lookup(A, T, intrp_ptr, R)`; every real type and univ): R(i) =
-// entry v of the table T, where v is the value of A(i) (floating values rounded half up, as the
-// casts do) and the entries of T are numbered in storage order, so a 1 x 256 table maps every
-// u8 value. T may have any real element type: its entries are converted to A's type with the
-// clipping cast (rounded half up and clipped to the type's range). Every value of A must name an
-// entry: a value below 0 or past the last entry, or NaN, returns "Illegal data value" before
-// anything is written. R may be A.
+// entry v of the table T, the entries of T numbered in storage order (any shape). An integer
+// element names the entry of its unsigned bit pattern: v = A(i) for unsigned types, and a
+// negative s16 value v names entry v + 65536, so a 65536-entry table maps every u16 and every
+// s16 value alike (s16 runs the u16 member's body, s32 the u32 one); a negative s32 value names
+// no entry. A floating element names its value rounded half up (as the casts round). T may have
+// any real element type: its entries are brought to A's type with the clipping cast (rounded half
+// up, clipped to the type's range). Every element of A must name an entry: an element past the
+// last entry (or below -0.5, or NaN) returns "Illegal data value" before anything is written.
+// R may be A; R may not share the table's data block.
 //
 // | condition, in the order checked (after raising for invalid records, inputs first) | message |
 // |------------------------------------------------------------------------------------|---------|
@@ -25,8 +28,9 @@
 // | univ members: no member for the type; R (threshold, lookup) not of A's type; a      | "Illegal data type" |
 // | complex table; a scalar that does not fit (see `matuniv_threshold`)                |         |
 // | histogram: H not a single column; threshold, lookup: R not of A's size              | "array size mismatch" |
-// | histogram, threshold: upper bound below lower bound; lookup: a value naming no entry | "Illegal data value" |
+// | histogram, threshold: upper bound below lower bound                                 | "Illegal data value" |
 // | lookup: R shares the table's data block                                            | "Illegal memory address" |
+// | lookup: an element naming no entry                                                 | "Illegal data value" |
 //
 // `matuniv_threshold` reads its two scalars in A's element type by the rule of the universal
 // scalar operations: a scalar of that type is taken as it is; a float or double scalar for an

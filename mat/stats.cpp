@@ -458,15 +458,15 @@ const char* matuniv_number_equal(const _univ_mat* a, const _univ_mat* b, void* i
 }
 
 const char* matuniv_number_equal_scalar(const _univ_mat* a, _univ_scalar s, void* i, uint32_t* count) {
-    if (s.type < 0 || s.type > MUTIL_DOUBLE) return msg::illegal_data_type;
-    return univ_one(a, [&](auto t, auto* ta) {
+    return univ_one(a, [&](auto t, auto* ta) -> const char* {
         using T = typename decltype(t)::type;
+        if (s.type < 0 || s.type > MUTIL_DOUBLE) return msg::illegal_data_type;
         T v{};
         if (exact_value<T>(scalar_value(s), &v)) return number_equal_scalar<T>(ta, v, i, count);
         validate(ta);
         if (!count) return msg::null_pointer;
         *count = 0;  // no element of this type can equal the scalar
-        return static_cast<const char*>(nullptr);
+        return nullptr;
     });
 }
 
