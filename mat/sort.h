@@ -11,15 +11,18 @@
 // positions named in P hold what a full sort would put there, every entry before such a
 // position is not greater and every entry after it not smaller; the rest of I is in no
 // particular order. P null sorts fully; a P with no elements leaves I as the identity. The sort
-// is not stable. NaNs sort after every number. A range that degrades (quadratic pivots) past
-// 2 log2(n) levels is finished by heap sort, so the time stays n log n for every input.
+// is not stable. NaNs sort after every number. Each entry into the ordering of a range charges
+// one unit to the interrupt poll. A range that degrades (quadratic pivots) past 2 log2(n) + 2
+// levels is finished by heap sort, so the time stays n log n for every input.
 //
 // | operation            | rule                                                                  |
 // |----------------------|-----------------------------------------------------------------------|
 // | permute              | R[k] = A[I[k]] in storage order; R has I's shape (so I may gather any |
 // |                      | positions); members dbl, flt, s32, s16, u8 and univ                   |
 // | matuniv_sort         | R (A's type and shape; R may be A) holds A's elements in ascending    |
-// |                      | order, NaNs last; the result of permuting A by its full index sort    |
+// |                      | order, NaNs last: what permuting A by its full index sort gives, for  |
+// |                      | every real type (u16 and u32 included, though permute has no members  |
+// |                      | for them); the values are sorted directly, without an index list      |
 // | matuniv_median       | n odd: sorted element n / 2; n even: the mean of sorted elements      |
 // |                      | n / 2 - 1 and n / 2; as a double for every type                       |
 // | matuniv_quantiles    | for each probability q of Q (double): t = (n - 1) q, k0 = floor(t),   |
@@ -30,7 +33,9 @@
 // | unique               | the distinct values of A: ascending when `first_appearance` is 0, in  |
 // |                      | order of first appearance in storage order otherwise                  |
 //
-// Median and quantiles sort only the order statistics they read (a partial sort of a copy).
+// Median and quantiles sort only the order statistics they read (a partial sort of a copy of the
+// values, with the one or two positions of the median, or the k0 and k1 of every probability);
+// quantiles charge 12 units per probability to the interrupt poll.
 //
 // Unique values: equal values (0 and -0 among them) count once, and all NaNs count as one value
 // (last in ascending order). R must have room for the k distinct values (at least k elements,

@@ -5,8 +5,10 @@
 // universal member that returns "null pointer" for a null argument and "Illegal data type" for a
 // tag without a typed member (complex, 1, above 7) or for a second matrix or result of another
 // type than A, then runs the typed member. Typed members validate their matrices (inputs first,
-// raising "null pointer" / "array size mismatch"; an empty matrix is such an invalid record) and
-// return a null result pointer as "null pointer".
+// raising "null pointer" / "array size mismatch") and return a null result pointer as "null
+// pointer". An empty input (a dimension below 1, as `matuniv_wrap_data` can build) is such an
+// invalid record: range, range_robust, entropy and every other family here raise "array size
+// mismatch" for it, as for any invalid record, and leave their results untouched.
 //
 // | family                | rule                                                                  |
 // |-----------------------|-----------------------------------------------------------------------|

@@ -163,6 +163,10 @@ TEST_F(HistogramTest, TableLookupIndexesByValueWithTheTableConverted) {
     EXPECT_EQ(message(mats16_table_lookup(&s, &table, nullptr, &wrong)), "array size mismatch");
     auto c = make_univ<_dcomplex>(1, 4);
     EXPECT_EQ(message(mats16_table_lookup(&s, &c, nullptr, &rs)), "Illegal data type");
+    auto shared = make<double>(1, 4);
+    auto utable = univ(shared);
+    auto xd = make<double>(1, 4, {0, 1, 2, 9});  // the sharing is refused before the values are read
+    EXPECT_EQ(message(matdbl_table_lookup(&xd, &utable, nullptr, &shared)), "Illegal memory address");
 }
 
 TEST_F(HistogramTest, TableLookupUniversalMatchesTypedAndWorksInPlace) {
@@ -178,6 +182,15 @@ TEST_F(HistogramTest, TableLookupUniversalMatchesTypedAndWorksInPlace) {
     auto ux = univ(x);
     EXPECT_EQ(message(matuniv_table_lookup(&ux, &table, nullptr, &ux)), "");
     EXPECT_TRUE(same_bytes(r1, x));
+    // Integer elements name the entry of their unsigned bits: s16 shares the u16 body, so a
+    // full 16-bit table maps -1 like 65535; s32 negatives name no entry.
+    auto s16 = make<int16_t>(1, 3, {-1, 0, -32768});
+    auto rs = make<int16_t>(1, 3);
+    EXPECT_EQ(message(mats16_table_lookup(&s16, &table, nullptr, &rs)), "");
+    EXPECT_EQ(values(rs), (std::vector<int16_t>{0, 32767, 32767}));  // 0; 65535 and 32767 clipped to s16
+    auto s32 = make<int32_t>(1, 2, {5, -1});
+    auto r32 = make<int32_t>(1, 2);
+    EXPECT_EQ(message(mats32_table_lookup(&s32, &table, nullptr, &r32)), "Illegal data value");
     auto d = make_univ<double>(10, 10);
     EXPECT_EQ(message(matuniv_table_lookup(&ux, &table, nullptr, &d)), "Illegal data type");
     EXPECT_EQ(message(matuniv_table_lookup(&ux, nullptr, nullptr, &ux)), "null pointer");

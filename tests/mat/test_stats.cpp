@@ -81,6 +81,10 @@ TEST_F(StatsTest, RangeSkipsNaNs) {
     EXPECT_EQ(message(matdbl_range(&a, nullptr, nullptr, &hi)), "null pointer");
     _double_mat empty{0, 3, 0, a.data};
     EXPECT_EQ(raised([&] { matdbl_range(&empty, nullptr, &lo, &hi); }), "array size mismatch");
+    _univ_mat uempty;
+    _univ_scalar ulo, uhi;
+    matuniv_wrap_data(&uempty, a.data, 0, 3, MUTIL_DOUBLE);
+    EXPECT_EQ(raised([&] { ::matuniv_range(&uempty, nullptr, &ulo, &uhi); }), "array size mismatch");
 }
 
 TEST_F(StatsTest, RangeRobustKeepsTheIntervalOrFailsLeavingResults) {
@@ -147,6 +151,12 @@ TEST_F(StatsTest, EntropyOfProbabilitiesAndOfCounts) {
     auto zeros = make<uint16_t>(1, 3);
     EXPECT_EQ(message(matu16_entropy(&zeros, nullptr, &h)), "");
     EXPECT_TRUE(std::isnan(h));
+    // Empty inputs are invalid records (the universal wrap admits them): raised, result untouched.
+    h = -1;
+    _univ_mat empty;
+    matuniv_wrap_data(&empty, half.data, 2, 0, MUTIL_DOUBLE);
+    EXPECT_EQ(raised([&] { matuniv_entropy(&empty, nullptr, &h); }), "array size mismatch");
+    EXPECT_EQ(h, -1);
 }
 
 TEST_F(StatsTest, CountsOfEqualElements) {
@@ -173,6 +183,7 @@ TEST_F(StatsTest, CountsOfEqualElements) {
     EXPECT_EQ(message(matuniv_number_equal_scalar(&s, scalar_dbl(2.0), nullptr, &n)), "");
     EXPECT_EQ(n, 1u);
     EXPECT_EQ(message(matuniv_number_equal_scalar(&s, scalar_cpx({2, 0}), nullptr, &n)), "Illegal data type");
+    EXPECT_EQ(message(matuniv_number_equal_scalar(nullptr, scalar_cpx({2, 0}), nullptr, &n)), "null pointer");
     auto u = make_univ<uint16_t>(1, 4);
     EXPECT_EQ(message(matuniv_number_equal(&s, &u, nullptr, &n)), "Illegal data type");
 }
