@@ -54,7 +54,7 @@ MUTILS_CLONES MUTILS_NO_TRAPPING void bin_block(const T* x, int64_t n, const Bin
 
 /// Counts a block into four interleaved sub-histograms so that runs of equal bins do not
 /// serialise on one counter; the caller adds them up.
-inline void count_slots(const int32_t* slot, int64_t n, int64_t stride, uint32_t* sub) {
+template <class S> void count_slots(const S* slot, int64_t n, int64_t stride, uint32_t* sub) {
     int64_t i = 0;
     for (; i + 4 <= n; i += 4) {
         ++sub[slot[i]];
@@ -79,14 +79,16 @@ const char* histogram(const mat_t<T>* a, double lower, double upper, unsigned ch
         constexpr int64_t kValues = int64_t(1) << (8 * sizeof(T));
         // Few distinct values: count each value once, then give each value's count to its bin.
         if (sizeof(T) == 1 || n >= kValues) {
-            uint32_t* per_value = work_array_zero<uint32_t>(kValues);
-            for (int64_t i = 0; i < n; ++i) ++per_value[a->data[i]];
+            uint32_t* per_value = work_array_zero<uint32_t>(4 * kValues);  // four interleaved tallies
+            count_slots(a->data, n, kValues, per_value);
             T* value = work_array<T>(kValues);
             int32_t* slot = work_array<int32_t>(kValues);
             for (int64_t v = 0; v < kValues; ++v) value[v] = T(v);
             bin_block(value, kValues, rule, slot);
             for (int64_t v = 0; v < kValues; ++v)
-                if (slot[v] < bins) h->data[slot[v]] += per_value[v];
+                if (slot[v] < bins)
+                    h->data[slot[v]] += per_value[v] + per_value[kValues + v] + per_value[2 * kValues + v] +
+                                        per_value[3 * kValues + v];
             return poll.add(2.0 * double(n));
         }
     }
