@@ -30,10 +30,12 @@ template <class Item> int64_t nans_last(Item* a, int64_t n) {
     if constexpr (!std::is_floating_point_v<K>) {
         return n;
     } else {
+        int64_t count = 0;  // counted without branches first: most inputs hold none
+        for (int64_t i = 0; i < n; ++i) count += is_nan(key_of(a[i]));
+        if (count == 0) return n;
         int64_t first = 0;
-        while (first < n && !is_nan(key_of(a[first]))) ++first;
-        if (first == n) return n;
-        Item* nans = work_array<Item>(n - first);
+        while (!is_nan(key_of(a[first]))) ++first;
+        Item* nans = work_array<Item>(count);
         int64_t kept = first, moved = 0;
         for (int64_t i = first; i < n; ++i) {
             if (is_nan(key_of(a[i])))
