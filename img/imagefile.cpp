@@ -215,6 +215,7 @@ _mutil_data_type type_of_maxval(double maxval) {
 // 2^31 - 1 elements cannot be held by a matrix.
 const char* check_sizes(const Anymap& h, int64_t samples) {
     if (h.width <= 0 || h.height <= 0) return msg::illegal_data_value;
+    if (h.width > INT32_MAX || h.height > INT32_MAX) return msg::out_of_memory;
     return h.width * samples * h.height > INT32_MAX ? msg::out_of_memory : nullptr;
 }
 
