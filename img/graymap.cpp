@@ -6,6 +6,10 @@
 
 #include <cstring>
 
+#include "../cls/quantize.h"
+#include "../mat/histogram.h"
+#include "../mat/sort.h"
+#include "../mat/stats.h"
 #include "detail_pixels.h"
 
 namespace mutils {
@@ -185,6 +189,13 @@ template <class T> MUTILS_CLONES void split_at(const T* p, int64_t n, T level, T
     for (int64_t i = 0; i < n; ++i) r[i] = p[i] > level ? T(1) : T(0);
 }
 
+// Minimum, maximum and histogram of a double image (NaNs are skipped by both).
+const char* double_statistics(const _double_mat* a, void* intrp, double* lo, double* hi, _uint32_mat* h) {
+    MUTILS_TRY(matdbl_range(a, intrp, lo, hi));
+    if (!(*lo < *hi)) return msg::illegal_data_value;
+    return matdbl_histogram(a, *lo, *hi, 1, intrp, h);
+}
+
 template <class T>
 const char* threshold_auto(const mat_t<T>* a, int32_t bins, _img_thresh_type criterion, void* intrp, mat_t<T>* r,
                            double* threshold) {
@@ -195,15 +206,145 @@ const char* threshold_auto(const mat_t<T>* a, int32_t bins, _img_thresh_type cri
     if (bins < 1) bins = 100;
     _uint32_mat h = work_matrix<uint32_t>(bins, 1);
     double lo, hi;
-    MUTILS_TRY(integer_statistics<T>(a, &lo, &hi, &h));
+    if constexpr (std::is_same_v<T, double>) MUTILS_TRY(double_statistics(a, intrp, &lo, &hi, &h));
+    else MUTILS_TRY(integer_statistics<T>(a, &lo, &hi, &h));
     Poll poll(intrp);
     MUTILS_TRY(poll.add(3.0 * double(a->nelem)));
     int64_t k = 0;
     MUTILS_TRY(criterion == IMG_THRESH_BETWEEN_CLASS ? between_class_bin(&h, &k) : minimum_error_bin(&h, &k));
     MUTILS_TRY(poll.add(15.0 * bins));
     *threshold = lo + (hi - lo) * double(k + 1) / double(bins);
-    split_at<T>(a->data, a->nelem, T(std::floor(*threshold)), r->data);
+    split_at<T>(a->data, a->nelem, T(std::is_integral_v<T> ? std::floor(*threshold) : *threshold), r->data);
     return poll.add(3.0 * double(a->nelem));
+}
+
+// ---- inversion --------------------------------------------------------------------------------
+
+// Every pixel x becomes max - x + min: the range is kept and reversed (NaNs stay NaN).
+template <class T> const char* invert(const mat_t<T>* a, void* intrp, mat_t<T>* r) {
+    validate(a);
+    validate(r);
+    MUTILS_TRY(require_same_size(a, r));
+    T lo{}, hi{};
+    if constexpr (std::is_same_v<T, double>) MUTILS_TRY(matdbl_range(a, intrp, &lo, &hi));
+    else if constexpr (std::is_same_v<T, uint16_t>) MUTILS_TRY(matu16_range(a, intrp, &lo, &hi));
+    else MUTILS_TRY(matu8_range(a, intrp, &lo, &hi));
+    const int64_t n = a->nelem;
+    if constexpr (std::is_same_v<T, double>) {
+        for (int64_t i = 0; i < n; ++i) r->data[i] = hi - a->data[i] + lo;
+    } else {
+        const int32_t sum = int32_t(hi) + int32_t(lo);  // min <= x <= max keeps the result in range
+        for (int64_t i = 0; i < n; ++i) r->data[i] = T(sum - int32_t(a->data[i]));
+    }
+    return Poll(intrp).add(3.0 * double(n));
+}
+
+// ---- discrete levels --------------------------------------------------------------------------
+
+using level_types = types<unsigned char, uint16_t, int16_t, uint32_t, int32_t, float, double>;
+
+// Replaces every pixel by the nearest of the ascending `levels` (the index the linear scalar
+// quantizer gives it). 8- and 16-bit images large enough quantize the table of every value of
+// their type once and look the pixels up in it.
+template <class T>
+const char* map_to_levels(const mat_t<T>* a, const mat_t<T>* levels, void* intrp, mat_t<T>* r) {
+    const int64_t n = a->nelem;
+    if constexpr (sizeof(T) <= 2 && std::is_integral_v<T>) {
+        constexpr int64_t values = int64_t(1) << (8 * sizeof(T));
+        if (n > values) {
+            using U = std::make_unsigned_t<T>;
+            T* table = work_array<T>(values);
+            for (int64_t v = 0; v < values; ++v) table[U(v)] = T(U(v));  // indexed by the bit pattern
+            _univ_mat column{int32_t(values), 1, int32_t(values), table, elem<T>::tag};
+            _univ_mat lv{levels->nrow, 1, levels->nelem, levels->data, elem<T>::tag};
+            _uint32_mat idx = work_matrix<uint32_t>(int32_t(values), 1);
+            _univ_mat ui{idx.nrow, 1, idx.nelem, idx.data, MUTIL_UINT32};
+            MUTILS_TRY(clsuniv_scalar_quantize_linear(&column, &lv, intrp, &ui));
+            for (int64_t i = 0; i < n; ++i) r->data[i] = levels->data[idx.data[U(a->data[i])]];
+            return Poll(intrp).add(3.0 * double(n));
+        }
+    }
+    _univ_mat column{int32_t(n), 1, int32_t(n), a->data, elem<T>::tag};
+    _univ_mat lv{levels->nrow, 1, levels->nelem, levels->data, elem<T>::tag};
+    _uint32_mat idx = work_matrix<uint32_t>(int32_t(n), 1);
+    _univ_mat ui{idx.nrow, 1, idx.nelem, idx.data, MUTIL_UINT32};
+    MUTILS_TRY(clsuniv_scalar_quantize_linear(&column, &lv, intrp, &ui));
+    for (int64_t i = 0; i < n; ++i) r->data[i] = levels->data[idx.data[i]];
+    return Poll(intrp).add(3.0 * double(n));
+}
+
+// L levels evenly spread over [min, max], both ends included (integer types: rounded to the
+// nearest integer); a single level sits in the middle of the range.
+template <class T> mat_t<T> uniform_levels(double lo, double hi, int32_t count) {
+    mat_t<T> lv = work_matrix<T>(count, 1);
+    for (int32_t k = 0; k < count; ++k) {
+        double v = count == 1 ? lo + (hi - lo) / 2 : lo + (hi - lo) * double(k) / double(count - 1);
+        if constexpr (std::is_integral_v<T>) v = std::floor(v + 0.5);
+        lv.data[k] = T(std::min(std::max(v, lo), hi));
+    }
+    return lv;
+}
+
+// ---- histogram equalisation -------------------------------------------------------------------
+
+using equalize_types = types<unsigned char, uint16_t, double>;
+constexpr int32_t kEqualizeBins = 65536;  // resolution of the histogram of double images
+
+// Bin of every pixel (the value itself for 8- and 16-bit images; for double images the bin of a
+// 65536-bin histogram over [min, max], minimum in the first bin), with -1 for NaN pixels.
+template <class T> int32_t bin_of(T x, double lo, double factor) {
+    if constexpr (std::is_integral_v<T>) {
+        return int32_t(x);
+    } else {
+        if (std::isnan(x)) return -1;
+        const int64_t k = int64_t(std::ceil((x - lo) * factor)) - 1;
+        return int32_t(std::min<int64_t>(std::max<int64_t>(k, 0), kEqualizeBins - 1));
+    }
+}
+
+// The largest value of the equalised levels: the whole range of 8- and 16-bit types, 1 for double.
+template <class T> constexpr double top_level() {
+    return std::is_integral_v<T> ? double(std::numeric_limits<T>::max()) : 1.0;
+}
+
+template <class T> const char* equalize(const mat_t<T>* a, int32_t levels, void* intrp, mat_t<T>* r) {
+    validate(a);
+    validate(r);
+    MUTILS_TRY(require_same_size(a, r));
+    const int64_t n = a->nelem;
+    const int32_t bins = std::is_integral_v<T> ? int32_t(int64_t(1) << (8 * sizeof(T))) : kEqualizeBins;
+    double lo = 0, hi = 0, factor = 0;
+    if constexpr (!std::is_integral_v<T>) {
+        MUTILS_TRY(matdbl_range(a, intrp, &lo, &hi));
+        factor = hi > lo ? double(kEqualizeBins) / (hi - lo) : 0.0;
+    }
+    uint64_t* cumulative = work_array_zero<uint64_t>(bins);
+    for (int64_t i = 0; i < n; ++i) {
+        const int32_t k = bin_of<T>(a->data[i], lo, factor);
+        if (k >= 0) ++cumulative[k];
+    }
+    Poll poll(intrp);
+    MUTILS_TRY(poll.add(3.0 * double(n)));
+    int32_t first = 0;
+    while (first < bins - 1 && !cumulative[first]) ++first;
+    for (int32_t k = 1; k < bins; ++k) cumulative[k] += cumulative[k - 1];
+    // Level of bin k: round((C(k) - C(first)) / (N - C(first)) x (L - 1)), C the cumulative count,
+    // so the lowest occupied bin gets level 0 and the highest level L - 1; output value
+    // level x top / (L - 1).
+    T* value = work_array<T>(bins);
+    const double base = double(cumulative[first]), spread = double(cumulative[bins - 1]) - base;
+    for (int32_t k = 0; k < bins; ++k) {
+        const double t = spread > 0 && cumulative[k] > cumulative[first] ? (double(cumulative[k]) - base) / spread : 0.0;
+        const double level = levels > 1 ? std::floor(t * (levels - 1) + 0.5) : 0.0;
+        double v = levels > 1 ? level * top_level<T>() / double(levels - 1) : 0.0;
+        if constexpr (std::is_integral_v<T>) v = std::floor(v + 0.5);
+        value[k] = T(v);
+    }
+    for (int64_t i = 0; i < n; ++i) {
+        const int32_t k = bin_of<T>(a->data[i], lo, factor);
+        r->data[i] = k >= 0 ? value[k] : a->data[i];
+    }
+    return poll.add(3.0 * double(n));
 }
 
 }  // namespace
@@ -230,15 +371,80 @@ MUTILS_WINDOW(dbl, double)
     }
 MUTILS_THRESHOLD(u8, unsigned char)
 MUTILS_THRESHOLD(u16, uint16_t)
-#undef MUTILS_THRESHOLD
+
+MUTILS_THRESHOLD(dbl, double)
 
 const char* imguniv_threshold_auto(const _univ_mat* a, int32_t bins, _img_thresh_type criterion, void* intrp,
                                    _univ_mat* r, double* threshold) {
     if (!a || !r) return msg::null_pointer;
     if (r->type != a->type) return msg::illegal_data_type;
-    return dispatch(a->type, types<unsigned char, uint16_t>{}, [&](auto t) {
+    return dispatch(a->type, types<unsigned char, uint16_t, double>{}, [&](auto t) {
         using T = typename decltype(t)::type;
         return threshold_auto<T>(as<T>(a), bins, criterion, intrp, as<T>(r), threshold);
+    });
+}
+#undef MUTILS_THRESHOLD
+
+#define MUTILS_INVERT(CODE, T)                                                                  \
+    const char* img##CODE##_map_invert(const mat_t<T>* a, void* intrp, mat_t<T>* r) {         \
+        return invert<T>(a, intrp, r);                                                          \
+    }
+MUTILS_INVERT(u8, unsigned char)
+MUTILS_INVERT(u16, uint16_t)
+MUTILS_INVERT(dbl, double)
+#undef MUTILS_INVERT
+
+const char* imguniv_map_invert(const _univ_mat* a, void* intrp, _univ_mat* r) {
+    if (!a || !r) return msg::null_pointer;
+    if (r->type != a->type) return msg::illegal_data_type;
+    return dispatch(a->type, types<unsigned char, uint16_t, double>{}, [&](auto t) {
+        using T = typename decltype(t)::type;
+        return invert<T>(as<T>(a), intrp, as<T>(r));
+    });
+}
+
+const char* imguniv_map_discrete(const _univ_mat* a, const _univ_mat* levels, void* intrp, _univ_mat* r) {
+    if (!a || !levels || !r) return msg::null_pointer;
+    validate_univ(a);
+    validate_univ(levels);
+    validate_univ(r);
+    if (r->type != a->type) return msg::illegal_data_type;
+    return dispatch(a->type, level_types{}, [&](auto t) -> const char* {
+        using T = typename decltype(t)::type;
+        if (levels->ncol != 1) return msg::array_size_mismatch;
+        _univ_mat common;
+        MUTILS_TRY(to_common(levels, a->type, intrp, &common));
+        mat_t<T> sorted = work_matrix<T>(common.nrow, 1);
+        _univ_mat us{sorted.nrow, 1, sorted.nelem, sorted.data, a->type};
+        MUTILS_TRY(matuniv_sort(&common, intrp, &us));
+        MUTILS_TRY(require_same_size(a, r));
+        return map_to_levels<T>(as<T>(a), &sorted, intrp, as<T>(r));
+    });
+}
+
+const char* imguniv_map_discrete_uniform(const _univ_mat* a, int32_t count, void* intrp, _univ_mat* r) {
+    if (!a || !r) return msg::null_pointer;
+    validate_univ(a);
+    validate_univ(r);
+    if (r->type != a->type) return msg::illegal_data_type;
+    return dispatch(a->type, level_types{}, [&](auto t) -> const char* {
+        using T = typename decltype(t)::type;
+        if (count < 1) return msg::illegal_data_value;
+        MUTILS_TRY(require_same_size(a, r));
+        _univ_scalar lo, hi;
+        MUTILS_TRY(matuniv_range(a, intrp, &lo, &hi));
+        const mat_t<T> lv = uniform_levels<T>(double(scalar_value<T>(lo)), double(scalar_value<T>(hi)), count);
+        return map_to_levels<T>(as<T>(a), &lv, intrp, as<T>(r));
+    });
+}
+
+const char* imguniv_histogram_equalize(const _univ_mat* a, int32_t levels, void* intrp, _univ_mat* r) {
+    if (levels < 1) return msg::illegal_data_value;
+    if (!a || !r) return msg::null_pointer;
+    if (r->type != a->type) return msg::illegal_data_type;
+    return dispatch(a->type, equalize_types{}, [&](auto t) {
+        using T = typename decltype(t)::type;
+        return equalize<T>(as<T>(a), levels, intrp, as<T>(r));
     });
 }
 
@@ -257,3 +463,7 @@ MUTILS_PLAIN(imguniv_threshold_auto,
              (const mutils::_univ_mat* a, int32_t bins, mutils::_img_thresh_type c, void* i, mutils::_univ_mat* r,
               double* t),
              (a, bins, c, i, r, t))
+MUTILS_PLAIN(imguniv_map_invert, (const mutils::_univ_mat* a, void* i, mutils::_univ_mat* r), (a, i, r))
+MUTILS_PLAIN(imguniv_map_discrete,
+             (const mutils::_univ_mat* a, const mutils::_univ_mat* levels, void* i, mutils::_univ_mat* r),
+             (a, levels, i, r))

@@ -167,7 +167,27 @@ TEST_F(ThresholdTest, CriteriaAgreeWithFromScratchEvaluationOnRandomImages) {
         ASSERT_EQ(message(imgu16_threshold_auto(&a16, bins, IMG_THRESH_BETWEEN_CLASS, nullptr, &r16, &t16)), "");
         EXPECT_DOUBLE_EQ(t16, a + (b - a) * (otsu + 1) / bins);
         for (int i = 0; i < n; ++i) ASSERT_EQ(r16.data[i], x[i] > t16 ? 1 : 0);
+        // So does the double member, on the same values.
+        auto ad = make<double>(1, n, std::vector<double>(x.begin(), x.end()));
+        auto rd = make<double>(1, n);
+        double td;
+        ASSERT_EQ(message(imgdbl_threshold_auto(&ad, bins, IMG_THRESH_BETWEEN_CLASS, nullptr, &rd, &td)), "");
+        EXPECT_DOUBLE_EQ(td, t16);
+        for (int i = 0; i < n; ++i) ASSERT_EQ(rd.data[i], x[i] > td ? 1.0 : 0.0);
     }
+}
+
+TEST_F(ThresholdTest, DoubleImagesSplitAtTheUpperEdgeOfTheChosenBin) {
+    auto a = make_univ<double>(1, 6, {0.1, 0.15, 0.2, 0.9, 0.95, 1.1});
+    auto r = make_univ<double>(1, 6);
+    double t = 0;
+    ASSERT_EQ(message(imguniv_threshold_auto(&a, 10, IMG_THRESH_BETWEEN_CLASS, nullptr, &r, &t)), "");
+    EXPECT_NEAR(t, 0.1 + 1.0 * 1 / 10, 1e-12);  // bin 1 of [0.1, 1.1]: 0.15 and 0.2 land there
+    EXPECT_EQ(values_of<double>(r), (std::vector<double>{0, 0, 0, 1, 1, 1}));
+    auto flat = make_univ<double>(2, 3, {0.5, 0.5, 0.5, 0.5, 0.5, 0.5});
+    auto rf = make_univ<double>(2, 3);
+    EXPECT_EQ(message(imguniv_threshold_auto(&flat, 10, IMG_THRESH_BETWEEN_CLASS, nullptr, &rf, &t)),
+              "Illegal data value");
 }
 
 TEST_F(ThresholdTest, LargeImagesGiveTheSameSplitInEightAndSixteenBits) {
@@ -217,6 +237,142 @@ TEST_F(ThresholdTest, RefusalsAndTheirMessages) {
     EXPECT_EQ(message(imguniv_threshold_auto(&f, 10, IMG_THRESH_BETWEEN_CLASS, nullptr, &f, &t)), "Illegal data type");
     EXPECT_EQ(message(imguniv_threshold_auto(nullptr, 10, IMG_THRESH_BETWEEN_CLASS, nullptr, &r, &t)), "null pointer");
     EXPECT_EQ(::imguniv_threshold_auto(&flat, 10, IMG_THRESH_BETWEEN_CLASS, nullptr, &r, &t), MUTIL_ERR_ILLEGAL_VALUE);
+}
+
+// ---- inversion, discrete levels, equalisation ------------------------------------------------
+
+using LevelTest = ArenaTest;
+
+TEST_F(LevelTest, InversionKeepsAndReversesTheRange) {
+    auto a = make<unsigned char>(1, 4, {2, 9, 5, 3});
+    ASSERT_EQ(message(imgu8_map_invert(&a, nullptr, &a)), "");  // in place
+    EXPECT_EQ(values(a), (std::vector<unsigned char>{9, 2, 6, 8}));
+    auto w = make_univ<uint16_t>(1, 3, {65535, 0, 1000});
+    auto rw = make_univ<uint16_t>(1, 3);
+    ASSERT_EQ(::imguniv_map_invert(&w, nullptr, &rw), MUTIL_ERR_OK);
+    EXPECT_EQ(values_of<uint16_t>(rw), (std::vector<uint16_t>{0, 65535, 64535}));
+    auto d = make<double>(1, 4, {-1.5, NAN, 2.5, 0});
+    auto rd = make<double>(1, 4);
+    ASSERT_EQ(message(imgdbl_map_invert(&d, nullptr, &rd)), "");
+    EXPECT_EQ(rd.data[0], 2.5);
+    EXPECT_TRUE(std::isnan(rd.data[1]));
+    EXPECT_EQ(rd.data[2], -1.5);
+    EXPECT_EQ(rd.data[3], 1.0);
+
+    auto r8 = make_univ<unsigned char>(1, 3);
+    EXPECT_EQ(message(imguniv_map_invert(&w, nullptr, &r8)), "Illegal data type");
+    auto s32 = make_univ<int32_t>(1, 3);
+    EXPECT_EQ(message(imguniv_map_invert(&s32, nullptr, &s32)), "Illegal data type");
+    auto r16 = make_univ<uint16_t>(3, 1);
+    EXPECT_EQ(message(imguniv_map_invert(&w, nullptr, &r16)), "array size mismatch");
+    EXPECT_EQ(::imguniv_map_invert(nullptr, nullptr, &r16), MUTIL_ERR_OK);  // "null pointer" has no code
+}
+
+// The nearest of ascending levels by brute force (ties to the lower level).
+template <class T> T nearest(T x, const std::vector<double>& levels) {
+    double best = levels[0];
+    for (double l : levels)
+        if (std::fabs(double(x) - l) < std::fabs(double(x) - best)) best = l;
+    return T(best);
+}
+
+TEST_F(LevelTest, DiscreteLevelsTakeTheNearestLevelTiesGoingLow) {
+    auto a = make_univ<unsigned char>(1, 6, {0, 50, 51, 149, 150, 255});
+    auto levels = make_univ<int32_t>(3, 1, {200, 0, 100});  // any order, any integer type
+    auto r = make_univ<unsigned char>(1, 6);
+    ASSERT_EQ(::imguniv_map_discrete(&a, &levels, nullptr, &r), MUTIL_ERR_OK);
+    EXPECT_EQ(values_of<unsigned char>(r), (std::vector<unsigned char>{0, 0, 100, 100, 100, 200}));
+
+    // Large 8- and 16-bit images go through a table of every value: same answers.
+    std::mt19937 gen(5);
+    const std::vector<double> lv{-300, -7, 0, 12, 12, 900};
+    auto big = make<int16_t>(300, 300);
+    for (int i = 0; i < big.nelem; ++i) big.data[i] = int16_t(int(gen() % 4000) - 2000);
+    _univ_mat ub, rb = make_univ<int16_t>(300, 300), ul = make_univ<double>(6, 1, lv);
+    matuniv_wrap_matrix(&ub, &big, MUTIL_SINT16);
+    auto il = make_univ<int16_t>(6, 1, std::vector<int16_t>(lv.begin(), lv.end()));
+    ASSERT_EQ(message(imguniv_map_discrete(&ub, &il, nullptr, &rb)), "");
+    const auto got = values_of<int16_t>(rb);
+    for (int i = 0; i < big.nelem; ++i) ASSERT_EQ(got[i], nearest<int16_t>(big.data[i], lv)) << i;
+    // Floating levels are refused for integer images, taken for floating ones.
+    EXPECT_EQ(message(imguniv_map_discrete(&ub, &ul, nullptr, &rb)), "Illegal data type");
+    auto d = make_univ<double>(1, 3, {-1000, 6.5, 1e9});
+    auto rd = make_univ<double>(1, 3);
+    ASSERT_EQ(message(imguniv_map_discrete(&d, &ul, nullptr, &rd)), "");
+    EXPECT_EQ(values_of<double>(rd), (std::vector<double>{-300, 12, 900}));
+
+    auto row = make_univ<double>(1, 3, {0, 1, 2});
+    EXPECT_EQ(message(imguniv_map_discrete(&d, &row, nullptr, &rd)), "array size mismatch");
+    auto small = make_univ<double>(1, 2);
+    EXPECT_EQ(message(imguniv_map_discrete(&d, &ul, nullptr, &small)), "array size mismatch");
+    EXPECT_EQ(message(imguniv_map_discrete(&d, &ul, nullptr, &r)), "Illegal data type");
+    auto c = make_univ<_dcomplex>(1, 3);
+    EXPECT_EQ(message(imguniv_map_discrete(&c, &ul, nullptr, &c)), "Illegal data type");
+}
+
+TEST_F(LevelTest, UniformLevelsSpanTheImageRange) {
+    std::vector<unsigned char> ramp(256);
+    for (int v = 0; v < 256; ++v) ramp[v] = (unsigned char)v;
+    auto a = make_univ<unsigned char>(16, 16, ramp);
+    auto r = make_univ<unsigned char>(16, 16);
+    ASSERT_EQ(message(imguniv_map_discrete_uniform(&a, 5, nullptr, &r)), "");
+    const auto out = values_of<unsigned char>(r);
+    for (int v = 0; v < 256; ++v) ASSERT_EQ(out[v], nearest<unsigned char>((unsigned char)v, {0, 64, 128, 191, 255})) << v;
+    // Two levels: the range's ends, split at its middle; one level: the middle.
+    auto d = make_univ<double>(1, 4, {1, 2, 2.5, 4});
+    auto rd = make_univ<double>(1, 4);
+    ASSERT_EQ(message(imguniv_map_discrete_uniform(&d, 2, nullptr, &rd)), "");
+    EXPECT_EQ(values_of<double>(rd), (std::vector<double>{1, 1, 1, 4}));
+    ASSERT_EQ(message(imguniv_map_discrete_uniform(&d, 1, nullptr, &rd)), "");
+    EXPECT_EQ(values_of<double>(rd), (std::vector<double>{2.5, 2.5, 2.5, 2.5}));
+    EXPECT_EQ(message(imguniv_map_discrete_uniform(&d, 0, nullptr, &rd)), "Illegal data value");
+    EXPECT_EQ(message(imguniv_map_discrete_uniform(&d, 3, nullptr, &r)), "Illegal data type");
+}
+
+TEST_F(LevelTest, EqualisationSpreadsTheCumulativeHistogramOverTheTypesRange) {
+    // Reference: round((C(v) - C(min)) / (N - C(min)) x 255), as the familiar 8-bit equaliser.
+    std::mt19937 gen(3);
+    std::normal_distribution<double> g(90, 12);
+    auto a = make<unsigned char>(40, 50);
+    for (int i = 0; i < a.nelem; ++i) a.data[i] = (unsigned char)std::clamp(std::lround(g(gen)), 0L, 255L);
+    std::vector<double> cum(256);
+    for (int i = 0; i < a.nelem; ++i) cum[a.data[i]] += 1;
+    for (int v = 1; v < 256; ++v) cum[v] += cum[v - 1];
+    const double lo = cum[*std::min_element(a.data, a.data + a.nelem)];
+    _univ_mat ua, r = make_univ<unsigned char>(40, 50);
+    matuniv_wrap_matrix(&ua, &a, MUTIL_UINT8);
+    ASSERT_EQ(message(imguniv_histogram_equalize(&ua, 256, nullptr, &r)), "");
+    const auto eq = values_of<unsigned char>(r);
+    for (int i = 0; i < a.nelem; ++i)
+        ASSERT_EQ(eq[i], std::floor((cum[a.data[i]] - lo) / (a.nelem - lo) * 255 + 0.5)) << i;
+    EXPECT_EQ(*std::max_element(eq.begin(), eq.end()), 255);
+
+    // Four levels over 0..65535 for u16; [0, 1] for double, NaN kept.
+    auto w = make_univ<uint16_t>(1, 4, {10, 20, 30, 40});
+    auto rw = make_univ<uint16_t>(1, 4);
+    ASSERT_EQ(message(imguniv_histogram_equalize(&w, 4, nullptr, &rw)), "");
+    EXPECT_EQ(values_of<uint16_t>(rw), (std::vector<uint16_t>{0, 21845, 43690, 65535}));
+    auto d = make_univ<double>(1, 5, {5, -1, NAN, 5, 100});
+    auto rd = make_univ<double>(1, 5);
+    ASSERT_EQ(message(imguniv_histogram_equalize(&d, 3, nullptr, &rd)), "");
+    const auto vd = values_of<double>(rd);
+    EXPECT_EQ(vd[0], 0.5);  // (3 - 1) / (4 - 1) x 2 = 1.33 -> level 1 of 0..2
+    EXPECT_EQ(vd[1], 0.0);
+    EXPECT_TRUE(std::isnan(vd[2]));
+    EXPECT_EQ(vd[4], 1.0);
+    // A constant image and a single level give level 0.
+    auto flat = make_univ<unsigned char>(1, 3, {7, 7, 7});
+    ASSERT_EQ(message(imguniv_histogram_equalize(&flat, 256, nullptr, &flat)), "");
+    EXPECT_EQ(values_of<unsigned char>(flat), (std::vector<unsigned char>{0, 0, 0}));
+
+    EXPECT_EQ(message(imguniv_histogram_equalize(&d, 0, nullptr, &rd)), "Illegal data value");
+    EXPECT_EQ(message(imguniv_histogram_equalize(nullptr, 0, nullptr, &rd)), "Illegal data value");
+    EXPECT_EQ(message(imguniv_histogram_equalize(nullptr, 4, nullptr, &rd)), "null pointer");
+    EXPECT_EQ(message(imguniv_histogram_equalize(&d, 4, nullptr, &rw)), "Illegal data type");
+    auto f = make_univ<float>(1, 5);
+    EXPECT_EQ(message(imguniv_histogram_equalize(&f, 4, nullptr, &f)), "Illegal data type");
+    auto longer = make_univ<double>(1, 6);
+    EXPECT_EQ(message(imguniv_histogram_equalize(&d, 4, nullptr, &longer)), "array size mismatch");
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // Portable anymap files and bit streams: exact headers and bodies, polarity, packing, hostile
 // input, and agreement with netpbm's tools.
+#include <cstring>
 #include <random>
 
 #include "file_support.h"
@@ -137,6 +138,232 @@ TEST_F(BitStreamTest, NetpbmReadsOurBitmaps) {
         wide_rows += '\n';
     }
     EXPECT_EQ(run("pnmtopnm -plain " + path), "P1\n16 3\n" + wide_rows);
+}
+
+// ---- greymaps and pixmaps ------------------------------------------------------------------
+
+using AnymapTest = BitStreamTest;
+
+// A set of three planes of one type.
+template <class T> _mat_set pixmap(int32_t rows, int32_t cols, const std::vector<T> (&planes)[3]) {
+    _mat_set s{};
+    const int32_t three = 3;
+    matset_malloc(&s, 1, &three);
+    for (int p = 0; p < 3; ++p) s.mats[p] = make_univ<T>(rows, cols, planes[p]);
+    return s;
+}
+
+// Reads a greymap from `content`, expecting `expect` as the message.
+_univ_mat read_pgm_text(const std::string& content, const char* expect = "") {
+    _univ_mat r{};
+    FILE* f = input(content);
+    EXPECT_EQ(message(mutils::imguniv_read_pgm(f, nullptr, &r)), expect) << content.substr(0, 40);
+    std::fclose(f);
+    return r;
+}
+
+TEST_F(AnymapTest, GreymapHeadersCarryTheImagesOwnMaximumAndBodiesAreExact) {
+    auto img = make_univ<unsigned char>(2, 3, {0, 50, 100, 7, 8, 9});
+    EXPECT_EQ(written([&](FILE* f) { return mutils::imguniv_write_pgm(f, &img, 1, nullptr); }),
+              "P2 3 2 100\n0 50 100 \n7 8 9 \n");
+    EXPECT_EQ(written([&](FILE* f) { return mutils::imguniv_write_pgm(f, &img, 0, nullptr); }),
+              std::string("P5 3 2 100\n\x00\x32\x64\x07\x08\x09", 17));
+    // Wider samples are always text; an image of zeros still gets a readable maxval.
+    auto wide16 = make_univ<uint16_t>(1, 2, {300, 65535});
+    EXPECT_EQ(written([&](FILE* f) { return mutils::imguniv_write_pgm(f, &wide16, 0, nullptr); }),
+              "P2 2 1 65535\n300 65535 \n");
+    auto wide32 = make_univ<uint32_t>(2, 1, {70000, 4});
+    EXPECT_EQ(written([&](FILE* f) { return mutils::imguniv_write_pgm(f, &wide32, 0, nullptr); }),
+              "P2 1 2 70000\n70000 \n4 \n");
+    auto zeros = make_univ<unsigned char>(1, 2);
+    EXPECT_EQ(written([&](FILE* f) { return mutils::imguniv_write_pgm(f, &zeros, 0, nullptr); }),
+              std::string("P5 2 1 1\n\0\0", 11));
+    // Text lines stop at 70 characters: 17 values of "255 " (68 characters) per line.
+    auto row = make_univ<unsigned char>(1, 20, std::vector<unsigned char>(20, 255));
+    std::string expect = "P2 20 1 255\n";
+    for (int i = 0; i < 20; ++i) expect += std::string(i == 17 ? "\n" : "") + "255 ";
+    EXPECT_EQ(written([&](FILE* f) { return mutils::imguniv_write_pgm(f, &row, 1, nullptr); }), expect + "\n");
+}
+
+TEST_F(AnymapTest, GreymapsRoundTripInTheTypeTheirMaxvalChooses) {
+    std::mt19937 gen(11);
+    auto u8 = make_univ<unsigned char>(9, 14);
+    auto u16 = make_univ<uint16_t>(5, 3);
+    auto u32 = make_univ<uint32_t>(4, 6);
+    for (int i = 0; i < u8.nelem; ++i) static_cast<unsigned char*>(u8.data)[i] = gen() % 201;
+    for (int i = 0; i < u16.nelem; ++i) static_cast<uint16_t*>(u16.data)[i] = gen() % 65536;
+    for (int i = 0; i < u32.nelem; ++i) static_cast<uint32_t*>(u32.data)[i] = gen();
+    // Several images follow each other on one stream: each read stops right after its body.
+    const std::string bytes = written([&](FILE* f) {
+        for (const _univ_mat* m : {&u8, &u16, &u32})
+            for (unsigned char text : {0, 1})
+                if (const char* err = mutils::imguniv_write_pgm(f, m, text, nullptr)) return err;
+        return static_cast<const char*>(nullptr);
+    });
+    FILE* f = input(bytes);
+    for (const _univ_mat* m : {&u8, &u8, &u16, &u16, &u32, &u32}) {
+        _univ_mat r{};
+        ASSERT_EQ(message(mutils::imguniv_read_pgm(f, nullptr, &r)), "");
+        ASSERT_EQ(r.type, m->type);
+        ASSERT_EQ(r.nrow, m->nrow);
+        ASSERT_EQ(r.ncol, m->ncol);
+        EXPECT_EQ(std::memcmp(r.data, m->data, std::size_t(m->nelem) * detail::elem_size(m->type)), 0);
+    }
+    EXPECT_EQ(std::getc(f), ' ');  // what follows the last text value
+    EXPECT_EQ(std::getc(f), '\n');
+    EXPECT_EQ(std::getc(f), EOF);
+    std::fclose(f);
+}
+
+TEST_F(AnymapTest, HeaderCommentsBlanksAndMaxvalTypes) {
+    auto r = read_pgm_text("P2\n# made by hand\n3 # width\n2\n9\n1 2 3\n# body comment\n4 5 6\n");
+    EXPECT_EQ(r.type, MUTIL_UINT8);
+    EXPECT_EQ(values_of<unsigned char>(r), (std::vector<unsigned char>{1, 2, 3, 4, 5, 6}));
+    read_pgm_text("P2 3 2\n# maxval next\n9\n1 2 3 4 5 6\n", "Input-output error");
+    read_pgm_text("P2\n# one\n# two\n3 2 9\n1 2 3 4 5 6\n", "Input-output error");  // one comment line only
+    EXPECT_EQ(read_pgm_text("P2 1 1 70000\n69999\n").type, MUTIL_UINT32);
+    EXPECT_EQ(read_pgm_text("P2 1 1 256\n7\n").type, MUTIL_UINT16);
+    // Raw 16-bit samples are big-endian; the single blank after the maxval ends the header even
+    // when the body starts with a blank byte.
+    r = read_pgm_text(std::string("P5 2 1 65535\n\x01\x02\x20\xFF", 17));
+    EXPECT_EQ(values_of<uint16_t>(r), (std::vector<uint16_t>{0x0102, 0x20FF}));
+    r = read_pgm_text(std::string("P5 2 1 255\n\x20\x0A", 13));
+    EXPECT_EQ(values_of<unsigned char>(r), (std::vector<unsigned char>{0x20, 0x0A}));
+}
+
+TEST_F(AnymapTest, BitmapsReadWhiteAsTwoHundredFiftyFive) {
+    auto r = read_pgm_text("P1\n# bits\n3 2\n0 1 0\n110\n");
+    EXPECT_EQ(r.type, MUTIL_UINT8);
+    EXPECT_EQ(values_of<unsigned char>(r), (std::vector<unsigned char>{255, 0, 255, 0, 0, 255}));
+    // Our packed bitmaps read back exactly, whatever the width.
+    std::mt19937 gen(3);
+    auto img = make_univ<unsigned char>(10, 3);
+    for (int i = 0; i < 30; ++i) static_cast<unsigned char*>(img.data)[i] = gen() % 2 ? 255 : 0;
+    for (unsigned char text : {0, 1}) {
+        r = read_pgm_text(written([&](FILE* f) { return mutils::imguniv_write_pbm(f, &img, 100, text, nullptr); }));
+        EXPECT_EQ(values_of<unsigned char>(r), values_of<unsigned char>(img)) << int(text);
+    }
+}
+
+TEST_F(AnymapTest, PixmapsInterleaveTheirPlanes) {
+    const std::vector<unsigned char> planes[3] = {{1, 4}, {2, 5}, {3, 6}};
+    _mat_set s = pixmap<unsigned char>(1, 2, planes);
+    EXPECT_EQ(written([&](FILE* f) { return mutils::imgset_write_ppm(f, &s, 1, nullptr); }), "P3 2 1 6\n1 2 3 4 5 6 \n");
+    EXPECT_EQ(written([&](FILE* f) { return mutils::imgset_write_ppm(f, &s, 0, nullptr); }),
+              std::string("P6 2 1 6\n\1\2\3\4\5\6", 15));
+    const std::vector<uint16_t> wide[3] = {{1000}, {0}, {7}};
+    _mat_set w = pixmap<uint16_t>(1, 1, wide);
+    EXPECT_EQ(written([&](FILE* f) { return mutils::imgset_write_ppm(f, &w, 0, nullptr); }), "P3 1 1 1000\n1000 0 7 \n");
+
+    // Round trips of a larger set, raw and text, through the plain entry points.
+    std::mt19937 gen(8);
+    std::vector<unsigned char> big[3];
+    for (auto& p : big)
+        for (int i = 0; i < 300 * 7; ++i) p.push_back(static_cast<unsigned char>(gen()));
+    _mat_set b = pixmap<unsigned char>(300, 7, big);
+    for (unsigned char text : {0, 1}) {
+        FILE* f = input(written([&](FILE* g) { return mutils::imgset_write_ppm(g, &b, text, nullptr); }));
+        _mat_set back{};
+        ASSERT_EQ(::imgset_read_ppm(f, nullptr, &back), MUTIL_ERR_OK);
+        std::fclose(f);
+        ASSERT_EQ(back.nmat, 3);
+        for (int p = 0; p < 3; ++p) EXPECT_EQ(values_of<unsigned char>(back.mats[p]), big[p]) << int(text) << p;
+    }
+}
+
+TEST_F(AnymapTest, WritersRefuseBeforeWritingAnything) {
+    auto dbl = make_univ<double>(2, 2);
+    auto s16 = make_univ<int16_t>(2, 2);
+    for (const _univ_mat* m : {&dbl, &s16})
+        EXPECT_EQ(written([&](FILE* f) { return mutils::imguniv_write_pgm(f, m, 0, nullptr); }, "Illegal data type"), "");
+    EXPECT_EQ(::imguniv_write_pgm(nullptr, &dbl, 0, nullptr), MUTIL_ERR_OK);  // "null pointer" has no code
+    EXPECT_EQ(::imguniv_write_pgm(stdout, &dbl, 0, nullptr), MUTIL_ERR_ILLEGAL_TYPE);
+
+    const std::vector<unsigned char> planes[3] = {{1, 2}, {3, 4}, {5, 6}};
+    _mat_set s = pixmap<unsigned char>(1, 2, planes);
+    s.mats[1] = make_univ<unsigned char>(2, 1, {3, 4});
+    EXPECT_EQ(written([&](FILE* f) { return mutils::imgset_write_ppm(f, &s, 0, nullptr); }, "array size mismatch"), "");
+    s.mats[1] = make_univ<uint16_t>(1, 2, {3, 4});
+    EXPECT_EQ(written([&](FILE* f) { return mutils::imgset_write_ppm(f, &s, 0, nullptr); }, "array size mismatch"), "");
+    _mat_set two{};
+    const int32_t n2 = 2;
+    matset_malloc(&two, 1, &n2);
+    two.mats[0] = two.mats[1] = make_univ<unsigned char>(1, 2);
+    EXPECT_EQ(written([&](FILE* f) { return mutils::imgset_write_ppm(f, &two, 0, nullptr); }, "array size mismatch"), "");
+    const std::vector<double> reals[3] = {{1}, {2}, {3}};
+    _mat_set d = pixmap<double>(1, 1, reals);
+    EXPECT_EQ(written([&](FILE* f) { return mutils::imgset_write_ppm(f, &d, 0, nullptr); }, "Illegal data type"), "");
+    EXPECT_EQ(message(mutils::imgset_write_ppm(nullptr, &d, 0, nullptr)), "null pointer");
+
+    FILE* ro = input("");
+    auto u8 = make_univ<unsigned char>(1, 1);
+    EXPECT_EQ(::imguniv_write_pgm(ro, &u8, 0, nullptr), MUTIL_ERR_IO);
+    std::fclose(ro);
+}
+
+TEST_F(AnymapTest, HostileHeadersGetTheirMessages) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"", "Input-output error"},
+        {"Q5 1 1 255\n\1", "Input-output error"},
+        {"P5 x 1 255\n\1", "Input-output error"},
+        {"P5 1", "Input-output error"},
+        {"P5 1 1 \n", "Input-output error"},       // no maxval
+        {"P5 1 1 255", "Input-output error"},      // nothing after the maxval
+        {"P7 1 1 255\n\1", "Illegal data value"},
+        {"P6 1 1 255\n\1\2\3", "Illegal data value"},  // a pixmap is no greymap
+        {"P5 1 1 0\n\1", "Illegal data value"},
+        {"P5 1 1 -3\n\1", "Illegal data value"},
+        {"P5 1 1 4294967296\n\1", "Illegal data value"},
+        {"P5 -1 1 255\n\1", "Illegal data value"},
+        {"P5 1 0 255\n\1", "Illegal data value"},
+        {"P5 99999999999999999999 99999999999 255\n\1", "out of memory"},
+        {"P5 65536 32768 255\n\1", "out of memory"},
+        {"P5 40000 40000 255\n\1\2\3", "Input-output error"},  // 1.6 GB promised, 3 bytes present
+        {"P5 2 2 65535\n\1\2\3\4\5\6", "Input-output error"},
+        {"P2 40000 40000 255\n1 2 3\n", "Input-output error"},
+        {"P2 2 2 255\n1 2 3 x\n", "Input-output error"},
+        {"P2 2 1 255\n1 256\n", "Illegal data value"},
+        {"P4 40000 40000\n\1", "Input-output error"},
+        {"P1 3 1\n01", "Input-output error"},
+    };
+    for (const auto& [content, expect] : cases) read_pgm_text(content, expect);
+    EXPECT_EQ(message(mutils::imguniv_read_pgm(nullptr, nullptr, nullptr)), "null pointer");
+    _mat_set s{};
+    for (const auto& [content, expect] : {std::pair<const char*, const char*>{"P5 1 1 255\n\1", "Illegal data value"},
+                                          {"P6 1 1 255\n\1\2", "Input-output error"},
+                                          {"P3 1 1 255\n1 2 3\n", ""},
+                                          {"P6 20000 20000 255\n\1\2\3", "Input-output error"},
+                                          {"P6 40000 40000 255\n\1\2\3", "out of memory"}}) {
+        FILE* f = input(content);
+        EXPECT_EQ(message(mutils::imgset_read_ppm(f, nullptr, &s)), expect) << content;
+        std::fclose(f);
+    }
+    EXPECT_EQ(::imgset_read_ppm(nullptr, nullptr, &s), MUTIL_ERR_OK);
+}
+
+TEST_F(AnymapTest, ForgedSizesOnAPipeCostOnlyWhatArrives) {
+    // From a pipe the remaining length is unknown: a header promising 1.6 GB followed by a few
+    // bytes fails as a short body without reserving the promised size.
+    for (const char* cmd : {"printf 'P5 40000 40000 255\\n\\001\\002'", "printf 'P2 40000 40000 255\\n1 2 3'",
+                            "printf 'P4 40000 40000\\n\\001'"}) {
+        FILE* p = popen(cmd, "r");
+        ASSERT_NE(p, nullptr);
+        _univ_mat r{};
+        EXPECT_EQ(message(mutils::imguniv_read_pgm(p, nullptr, &r)), "Input-output error") << cmd;
+        pclose(p);
+    }
+    // A genuine image larger than one block arrives whole through a pipe.
+    const int w = 1500, h = 1000;
+    std::string body(std::size_t(w) * h, '\0');
+    for (std::size_t i = 0; i < body.size(); ++i) body[i] = char((i * 7 + i / w) & 0xFF);
+    const std::string path = scratch("big.pgm");
+    put_pnm(path, 5, w, h, 255, body);
+    FILE* p = popen(("cat " + path).c_str(), "r");
+    _univ_mat r{};
+    ASSERT_EQ(message(mutils::imguniv_read_pgm(p, nullptr, &r)), "");
+    pclose(p);
+    ASSERT_EQ(r.nelem, w * h);
+    EXPECT_EQ(std::memcmp(r.data, body.data(), body.size()), 0);
 }
 
 }  // namespace
