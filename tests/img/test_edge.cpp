@@ -176,6 +176,13 @@ TEST_F(EdgeTest, HysteresisKeepsWholeRegionsThatReachHigh) {
     EXPECT_EQ(values_of<unsigned char>(r)[7], 1);
     EXPECT_EQ(values_of<unsigned char>(r)[4], 0);
 
+    // The background band is [-1e37, low]: far below it is a candidate again, NaN never is.
+    _univ_mat band = make_univ<double>(1, 4, {-1e38, 9, NAN, -1e38}), rb = make_univ<unsigned char>(1, 4);
+    ASSERT_EQ(message(imguniv_threshold_hysteresis(&band, 2, 8, scalar_u8(1), scalar_u8(0), nullptr, &rb)), "");
+    EXPECT_EQ(values_of<unsigned char>(rb), (std::vector<unsigned char>{1, 1, 0, 0}));
+    EXPECT_EQ(message(imguniv_threshold_hysteresis(&band, -2e37, 8, scalar_u8(1), scalar_u8(0), nullptr, &rb)),
+              "Illegal data value");
+
     _univ_mat s32 = make_univ<int32_t>(5, 6), small = make_univ<unsigned char>(5, 5);
     EXPECT_EQ(message(imguniv_threshold_hysteresis(&img, 2, 8, scalar_u8(1), scalar_u8(0), nullptr, &s32)),
               "Illegal data type");
@@ -283,6 +290,8 @@ TEST_F(EdgeTest, SobelGradientsAndEdges) {
               "Illegal data value");
     EXPECT_EQ(message(imguniv_edge_sobel(&a, 30.0, 30.0, scalar_u8(9), scalar_u8(1), nullptr, &e)),
               "Illegal data type");
+    EXPECT_EQ(message(imguniv_edge_sobel(&a, 1e19, 1e19, scalar_u16(9), scalar_u16(1), nullptr, &e)),
+              "Illegal data value");  // low^2 above the band's top 1e37
 }
 
 }  // namespace
