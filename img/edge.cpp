@@ -136,7 +136,7 @@ template <class T, bool Candidate> void threshold_bits(const T* img, double t, B
         const T* p = img + r * b.ncol;
         for (int32_t c = 0; c < b.ncol; ++c) {
             const double x = double(p[c]);
-            flags[c] = Candidate ? !(x >= kBandFloor && x <= t) && x == x : x >= t;
+            flags[c] = Candidate ? x > t || x < kBandFloor : x >= t;  // NaN is neither
         }
         BitImage row{1, b.ncol, b.words, b.row(r)};
         pack_equal<unsigned char>(flags, 1, row);
@@ -190,7 +190,8 @@ const char* hysteresis(const _univ_mat* image, double low, double high, const _u
     unsigned char* flags = work_array<unsigned char>(ncol);
     dispatch(image->type, real_types{}, [&](auto t) {
         using T = typename decltype(t)::type;
-        threshold_bits<T, true>(static_cast<const T*>(image->data), low, cand, flags);
+        // A NaN low leaves the band empty of numbers: every non-NaN pixel is a candidate.
+        threshold_bits<T, true>(static_cast<const T*>(image->data), std::isnan(low) ? -HUGE_VAL : low, cand, flags);
         threshold_bits<T, false>(static_cast<const T*>(image->data), high, strong, flags);
         return nullptr;
     });

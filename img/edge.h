@@ -15,8 +15,8 @@
 // 0; an interior pixel keeps M where it is at least both magnitudes interpolated one pixel
 // across the edge along the gradient direction, and is 0 elsewhere or where |V| and |H| are
 // both below 1e-8. Hysteresis: the background band is [-1e37, low] (read as double, NaN
-// inside it), so the candidates are the pixels strictly above `low` and, on the far side of
-// the band, those below -1e37; eight-connected candidate regions with at least one pixel at or
+// pixels inside it; a NaN low leaves no number inside), so the candidates are the pixels
+// strictly above `low` and, on the far side of the band, those below -1e37; eight-connected candidate regions with at least one pixel at or
 // above `high` become foreground, everything else background. Canny = the three steps in a
 // row. Sobel: correlation with -1 -2 -1 / 0 0 0 / 1 2 1 (vertical) and -1 0 1 / -2 0 2 /
 // -1 0 1 (horizontal), zero outside; Sobel edges threshold S = V^2 + H^2 by hysteresis with

@@ -177,9 +177,11 @@ TEST_F(EdgeTest, HysteresisKeepsWholeRegionsThatReachHigh) {
     EXPECT_EQ(values_of<unsigned char>(r)[4], 0);
 
     // The background band is [-1e37, low]: far below it is a candidate again, NaN never is.
-    _univ_mat band = make_univ<double>(1, 4, {-1e38, 9, NAN, -1e38}), rb = make_univ<unsigned char>(1, 4);
+    _univ_mat band = make_univ<double>(1, 5, {-1e38, 9, NAN, 1, 9}), rb = make_univ<unsigned char>(1, 5);
     ASSERT_EQ(message(imguniv_threshold_hysteresis(&band, 2, 8, scalar_u8(1), scalar_u8(0), nullptr, &rb)), "");
-    EXPECT_EQ(values_of<unsigned char>(rb), (std::vector<unsigned char>{1, 1, 0, 0}));
+    EXPECT_EQ(values_of<unsigned char>(rb), (std::vector<unsigned char>{1, 1, 0, 0, 1}));
+    ASSERT_EQ(message(imguniv_threshold_hysteresis(&band, NAN, 8, scalar_u8(1), scalar_u8(0), nullptr, &rb)), "");
+    EXPECT_EQ(values_of<unsigned char>(rb), (std::vector<unsigned char>{1, 1, 0, 1, 1}));
     EXPECT_EQ(message(imguniv_threshold_hysteresis(&band, -2e37, 8, scalar_u8(1), scalar_u8(0), nullptr, &rb)),
               "Illegal data value");
 
