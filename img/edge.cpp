@@ -261,7 +261,7 @@ MUTILS_CLONES void squared_sum(const double* v, const double* h, double* s, int6
 const char* sobel_edges(const _univ_mat* image, double low, double high, const _univ_scalar& fg,
                         const _univ_scalar& bg, void* intrp, _univ_mat* result) {
     if (!image || !result) return msg::null_pointer;
-    if (!(low > 0) || high < low) return msg::illegal_data_value;
+    if (low <= 0 || high < low) return msg::illegal_data_value;  // a NaN low passes, as in hysteresis
     validate_univ(image);
     Hux::ArenaScope scope;
     _univ_mat v = double_temp(image->nrow, image->ncol), h = double_temp(image->nrow, image->ncol);

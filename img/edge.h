@@ -16,11 +16,12 @@
 // across the edge along the gradient direction, and is 0 elsewhere or where |V| and |H| are
 // both below 1e-8. Hysteresis: the background band is [-1e37, low] (read as double, NaN
 // pixels inside it; a NaN low leaves no number inside), so the candidates are the pixels
-// strictly above `low` and, on the far side of the band, those below -1e37; eight-connected candidate regions with at least one pixel at or
-// above `high` become foreground, everything else background. Canny = the three steps in a
-// row. Sobel: correlation with -1 -2 -1 / 0 0 0 / 1 2 1 (vertical) and -1 0 1 / -2 0 2 /
-// -1 0 1 (horizontal), zero outside; Sobel edges threshold S = V^2 + H^2 by hysteresis with
-// low^2 and high^2, or, when those are equal, keep every pixel with low^2 <= S <= 1e37 (or NaN).
+// strictly above `low` and, on the far side of the band, those below -1e37; eight-connected
+// candidate regions with at least one pixel at or above `high` become foreground, everything
+// else background. Canny = the three steps in a row. Sobel: correlation with -1 -2 -1 / 0 0 0 /
+// 1 2 1 (vertical) and -1 0 1 / -2 0 2 / -1 0 1 (horizontal), zero outside; Sobel edges
+// threshold S = V^2 + H^2 by hysteresis with low^2 and high^2, or, when those are equal, keep
+// every pixel with low^2 <= S <= 1e37 (or NaN).
 //
 // | operation                   | checks, in order                                                        |
 // |-----------------------------|-------------------------------------------------------------------------|
@@ -41,7 +42,8 @@
 // | Sobel gradient              | null: "null pointer"; the outputs sharing storage: "Illegal memory      |
 // |                             | address"; then the correlation's checks (outputs of the image's size;   |
 // |                             | integer outputs hold the sums wrapped to their width)                   |
-// | Sobel edges                 | null: "null pointer"; low <= 0 or high < low: "Illegal data value";     |
+// | Sobel edges                 | null: "null pointer"; low <= 0 or high < low: "Illegal data value" (a   |
+// |                             | NaN low passes on to hysteresis);                                       |
 // |                             | then the checks of hysteresis (or, on the plain threshold path, result  |
 // |                             | type as there, low^2 above 1e37: "Illegal data value", size as there)   |
 //

@@ -191,12 +191,11 @@ TEST_F(ComponentsTest, RefusalsComeBeforeAnyLabelIsWritten) {
     EXPECT_EQ(message(imgset_connected_components_3d(&s, IMG_CONNECT_FOUR, scalar_u8(1), 0, nullptr, &s, &count)),
               "Illegal data type");
     // The planes themselves are validated, not only the set.
+    auto volume = [&] { imgset_connected_components_3d(&s, IMG_CONNECT_FOUR, scalar_u8(1), 0, nullptr, &l, &count); };
     l.mats[1].data = nullptr;
-    EXPECT_EQ(raised([&] { imgset_connected_components_3d(&s, IMG_CONNECT_FOUR, scalar_u8(1), 0, nullptr, &l, &count); }),
-              "null pointer");
+    EXPECT_EQ(raised(volume), "null pointer");
     s.mats[0].nelem = 3;
-    EXPECT_EQ(raised([&] { imgset_connected_components_3d(&s, IMG_CONNECT_FOUR, scalar_u8(1), 0, nullptr, &l, &count); }),
-              "array size mismatch");
+    EXPECT_EQ(raised(volume), "array size mismatch");
 }
 
 }  // namespace

@@ -286,6 +286,10 @@ TEST_F(EdgeTest, SobelGradientsAndEdges) {
     ASSERT_EQ(message(imguniv_threshold_hysteresis(&s, 900.0, 3600.0, scalar_u16(9), scalar_u16(1), nullptr, &e2)),
               "");
     EXPECT_EQ(values_of<uint16_t>(e), values_of<uint16_t>(e2));
+    // Only low <= 0 and high < low are refused: a NaN low reaches hysteresis.
+    ASSERT_EQ(message(imguniv_edge_sobel(&a, NAN, 60.0, scalar_u16(9), scalar_u16(1), nullptr, &e)), "");
+    ASSERT_EQ(message(imguniv_threshold_hysteresis(&s, NAN, 3600, scalar_u16(9), scalar_u16(1), nullptr, &e2)), "");
+    EXPECT_EQ(values_of<uint16_t>(e), values_of<uint16_t>(e2));
     EXPECT_EQ(message(imguniv_edge_sobel(&a, 0.0, 60.0, scalar_u16(9), scalar_u16(1), nullptr, &e)),
               "Illegal data value");
     EXPECT_EQ(message(imguniv_edge_sobel(&a, 30.0, 20.0, scalar_u16(9), scalar_u16(1), nullptr, &e)),
