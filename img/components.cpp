@@ -105,6 +105,8 @@ const char* imgset_connected_components_3d(const _mat_set* s, _img_connected_typ
                                            _mat_set* l, uint32_t* n) {
     matset_verify_allsame(s);
     matset_verify_allsame(l);
+    for (int32_t i = 0; i < s->nmat; ++i) validate_univ(&s->mats[i]);
+    for (int32_t i = 0; i < l->nmat; ++i) validate_univ(&l->mats[i]);
     if (!n) return msg::null_pointer;
     if (l->mats[0].type != MUTIL_UINT32) return msg::illegal_data_type;
     if (l->nmat != s->nmat || l->mats[0].nrow != s->mats[0].nrow || l->mats[0].ncol != s->mats[0].ncol)

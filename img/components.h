@@ -23,11 +23,12 @@
 // |                                     | u32 and s32 (the u32        | not of the image's type, other   |
 // |                                     | member); double             | image types: "Illegal data type" |
 // | `imgset_connected_components_3d`    | sets of u8, u16, u32 / s32, | sets raise as `matset_verify_     |
-// |                                     | double (not s16)            | allsame`; null count: "null      |
-// |                                     |                             | pointer"; labels not u32 or value|
-// |                                     |                             | of another type: "Illegal data   |
-// |                                     |                             | type"; other plane count or size:|
-// |                                     |                             | "array size mismatch"            |
+// |                                     | double (not s16)            | allsame`, their matrices as      |
+// |                                     |                             | `matuniv_validate`; null count:  |
+// |                                     |                             | "null pointer"; labels not u32 or|
+// |                                     |                             | value of another type: "Illegal  |
+// |                                     |                             | data type"; other plane count or |
+// |                                     |                             | size: "array size mismatch"      |
 //
 // The volume form ignores its connectivity argument. Labels are written only after every check
 // has passed; the labelling does not poll the interrupt.

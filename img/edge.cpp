@@ -126,11 +126,18 @@ const char* nonmaxima(const _double_mat* vert, const _double_mat* horiz, void* i
 
 // ---- hysteresis -----------------------------------------------------------------------------
 
-/// Bit rows of the pixels strictly above `low` (Strict) or at least `high`, read as double.
-template <class T, bool Strict> void threshold_bits(const T* img, double t, BitImage& b, unsigned char* flags) {
+/// The lower end of the background band of hysteresis: candidates lie outside [kBandFloor, low].
+constexpr double kBandFloor = -1e37;
+
+/// Bit rows of the candidates (Candidate: outside [kBandFloor, t], NaN excluded) or of the
+/// pixels at least t, read as double.
+template <class T, bool Candidate> void threshold_bits(const T* img, double t, BitImage& b, unsigned char* flags) {
     for (int64_t r = 0; r < b.nrow; ++r) {
         const T* p = img + r * b.ncol;
-        for (int32_t c = 0; c < b.ncol; ++c) flags[c] = Strict ? double(p[c]) > t : double(p[c]) >= t;
+        for (int32_t c = 0; c < b.ncol; ++c) {
+            const double x = double(p[c]);
+            flags[c] = Candidate ? x > t || x < kBandFloor : x >= t;  // NaN is neither
+        }
         BitImage row{1, b.ncol, b.words, b.row(r)};
         pack_equal<unsigned char>(flags, 1, row);
     }
@@ -175,6 +182,7 @@ const char* hysteresis(const _univ_mat* image, double low, double high, const _u
     MUTILS_TRY(require_same_size(image, result));
     if (high < low) return msg::illegal_data_value;
     MUTILS_TRY(require_distinct(result, image));
+    if (low < kBandFloor) return msg::illegal_data_value;  // an empty background band
 
     const int32_t nrow = image->nrow, ncol = image->ncol;
     Hux::ArenaScope scope;
@@ -182,7 +190,8 @@ const char* hysteresis(const _univ_mat* image, double low, double high, const _u
     unsigned char* flags = work_array<unsigned char>(ncol);
     dispatch(image->type, real_types{}, [&](auto t) {
         using T = typename decltype(t)::type;
-        threshold_bits<T, true>(static_cast<const T*>(image->data), low, cand, flags);
+        // A NaN low leaves the band empty of numbers: every non-NaN pixel is a candidate.
+        threshold_bits<T, true>(static_cast<const T*>(image->data), std::isnan(low) ? -HUGE_VAL : low, cand, flags);
         threshold_bits<T, false>(static_cast<const T*>(image->data), high, strong, flags);
         return nullptr;
     });
@@ -252,7 +261,7 @@ MUTILS_CLONES void squared_sum(const double* v, const double* h, double* s, int6
 const char* sobel_edges(const _univ_mat* image, double low, double high, const _univ_scalar& fg,
                         const _univ_scalar& bg, void* intrp, _univ_mat* result) {
     if (!image || !result) return msg::null_pointer;
-    if (!(low > 0) || high < low) return msg::illegal_data_value;
+    if (low <= 0 || high < low) return msg::illegal_data_value;  // a NaN low passes, as in hysteresis
     validate_univ(image);
     Hux::ArenaScope scope;
     _univ_mat v = double_temp(image->nrow, image->ncol), h = double_temp(image->nrow, image->ncol);
@@ -261,9 +270,10 @@ const char* sobel_edges(const _univ_mat* image, double low, double high, const _
     squared_sum(static_cast<double*>(v.data), static_cast<double*>(h.data), static_cast<double*>(s.data), s.nelem);
     const double lo = low * low, hi = high * high;
     if (hi != lo) return hysteresis(&s, lo, hi, fg, bg, intrp, result);
-    // Equal thresholds: a plain threshold, where a value equal to the threshold is an edge.
+    // Equal thresholds: a plain threshold over [lo, 1e37], where a value equal to lo is an edge.
     if (result->type != fg.type || result->type != bg.type) return msg::illegal_data_type;
     validate_univ(result);
+    if (lo > 1e37) return msg::illegal_data_value;  // an empty band
     MUTILS_TRY(require_same_size(&s, result));
     MUTILS_TRY(Poll(intrp).add(3.0 * double(s.nelem)));
     return dispatch(result->type, real_types{}, [&](auto t) {

@@ -14,12 +14,14 @@
 // Non-maxima suppression: M = sqrt(V^2 + H^2); the border rows and columns of the result are
 // 0; an interior pixel keeps M where it is at least both magnitudes interpolated one pixel
 // across the edge along the gradient direction, and is 0 elsewhere or where |V| and |H| are
-// both below 1e-8. Hysteresis: candidates are pixels strictly above `low` (as double; NaN is
-// none); eight-connected candidate regions with at least one pixel at or above `high` become
-// foreground, everything else background. Canny = the three steps in a row. Sobel: correlation
-// with -1 -2 -1 / 0 0 0 / 1 2 1 (vertical) and -1 0 1 / -2 0 2 / -1 0 1 (horizontal), zero
-// outside; Sobel edges threshold S = V^2 + H^2 by hysteresis with low^2 and high^2, or, when
-// those are equal, keep every pixel with S >= low^2 (or NaN).
+// both below 1e-8. Hysteresis: the background band is [-1e37, low] (read as double, NaN
+// pixels inside it; a NaN low leaves no number inside), so the candidates are the pixels
+// strictly above `low` and, on the far side of the band, those below -1e37; eight-connected
+// candidate regions with at least one pixel at or above `high` become foreground, everything
+// else background. Canny = the three steps in a row. Sobel: correlation with -1 -2 -1 / 0 0 0 /
+// 1 2 1 (vertical) and -1 0 1 / -2 0 2 / -1 0 1 (horizontal), zero outside; Sobel edges
+// threshold S = V^2 + H^2 by hysteresis with low^2 and high^2, or, when those are equal, keep
+// every pixel with low^2 <= S <= 1e37 (or NaN).
 //
 // | operation                   | checks, in order                                                        |
 // |-----------------------------|-------------------------------------------------------------------------|
@@ -33,15 +35,17 @@
 // | hysteresis                  | result null or not of both scalars' type, or a complex image: "Illegal  |
 // |                             | data type"; null image: "null pointer"; fg = bg: "Illegal data value";  |
 // |                             | sizes differ: "array size mismatch"; high < low: "Illegal data value";  |
-// |                             | result sharing the image's storage: "Illegal memory address"            |
+// |                             | result sharing the image's storage: "Illegal memory address"; low below |
+// |                             | -1e37 (an empty band): "Illegal data value"                             |
 // | Canny                       | null image or result: "null pointer"; sigma <= 0, low > high, or fewer  |
 // |                             | rows or columns than N: "Illegal data value"; then the steps' checks    |
 // | Sobel gradient              | null: "null pointer"; the outputs sharing storage: "Illegal memory      |
 // |                             | address"; then the correlation's checks (outputs of the image's size;   |
 // |                             | integer outputs hold the sums wrapped to their width)                   |
-// | Sobel edges                 | null: "null pointer"; low <= 0 or high < low: "Illegal data value";     |
+// | Sobel edges                 | null: "null pointer"; low <= 0 or high < low: "Illegal data value" (a   |
+// |                             | NaN low passes on to hysteresis);                                       |
 // |                             | then the checks of hysteresis (or, on the plain threshold path, result  |
-// |                             | type and size as there)                                                 |
+// |                             | type as there, low^2 above 1e37: "Illegal data value", size as there)   |
 //
 // Inputs may have any real element type (read as double); binary results any real type, the
 // type of the two scalars. Temporaries live in an arena of the call and end with it. Errors of

@@ -104,6 +104,11 @@ TEST_F(ComponentsTest, ShapesThatMergeLateOrOnlyDiagonally) {
     EXPECT_EQ(message(imgdbl_connected_components(&d, IMG_CONNECT_FOUR, 5.0, 1, nullptr, &l2, &count)), "");
     EXPECT_EQ(count, 3u);
     EXPECT_EQ(values(l2), (std::vector<uint32_t>{1, 0, 0, 2}));
+    // A single column links through its up neighbours only.
+    _uint8_mat col = make<unsigned char>(4, 1, {1, 1, 0, 1});
+    _uint32_mat lc = make<uint32_t>(4, 1);
+    EXPECT_EQ(message(imgu8_connected_components(&col, IMG_CONNECT_EIGHT, 1, 0, nullptr, &lc, &count)), "");
+    EXPECT_EQ(values(lc), (std::vector<uint32_t>{1, 1, 0, 2}));
     // Nothing matches: all zero, count 1, also with a minimum size.
     EXPECT_EQ(message(imgdbl_connected_components(&d, IMG_CONNECT_FOUR, NAN, 4, nullptr, &l2, &count)), "");
     EXPECT_EQ(count, 1u);
@@ -185,6 +190,12 @@ TEST_F(ComponentsTest, RefusalsComeBeforeAnyLabelIsWritten) {
               "Illegal data type");
     EXPECT_EQ(message(imgset_connected_components_3d(&s, IMG_CONNECT_FOUR, scalar_u8(1), 0, nullptr, &s, &count)),
               "Illegal data type");
+    // The planes themselves are validated, not only the set.
+    auto volume = [&] { imgset_connected_components_3d(&s, IMG_CONNECT_FOUR, scalar_u8(1), 0, nullptr, &l, &count); };
+    l.mats[1].data = nullptr;
+    EXPECT_EQ(raised(volume), "null pointer");
+    s.mats[0].nelem = 3;
+    EXPECT_EQ(raised(volume), "array size mismatch");
 }
 
 }  // namespace

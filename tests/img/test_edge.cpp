@@ -176,6 +176,15 @@ TEST_F(EdgeTest, HysteresisKeepsWholeRegionsThatReachHigh) {
     EXPECT_EQ(values_of<unsigned char>(r)[7], 1);
     EXPECT_EQ(values_of<unsigned char>(r)[4], 0);
 
+    // The background band is [-1e37, low]: far below it is a candidate again, NaN never is.
+    _univ_mat band = make_univ<double>(1, 5, {-1e38, 9, NAN, 1, 9}), rb = make_univ<unsigned char>(1, 5);
+    ASSERT_EQ(message(imguniv_threshold_hysteresis(&band, 2, 8, scalar_u8(1), scalar_u8(0), nullptr, &rb)), "");
+    EXPECT_EQ(values_of<unsigned char>(rb), (std::vector<unsigned char>{1, 1, 0, 0, 1}));
+    ASSERT_EQ(message(imguniv_threshold_hysteresis(&band, NAN, 8, scalar_u8(1), scalar_u8(0), nullptr, &rb)), "");
+    EXPECT_EQ(values_of<unsigned char>(rb), (std::vector<unsigned char>{1, 1, 0, 1, 1}));
+    EXPECT_EQ(message(imguniv_threshold_hysteresis(&band, -2e37, 8, scalar_u8(1), scalar_u8(0), nullptr, &rb)),
+              "Illegal data value");
+
     _univ_mat s32 = make_univ<int32_t>(5, 6), small = make_univ<unsigned char>(5, 5);
     EXPECT_EQ(message(imguniv_threshold_hysteresis(&img, 2, 8, scalar_u8(1), scalar_u8(0), nullptr, &s32)),
               "Illegal data type");
@@ -277,12 +286,18 @@ TEST_F(EdgeTest, SobelGradientsAndEdges) {
     ASSERT_EQ(message(imguniv_threshold_hysteresis(&s, 900.0, 3600.0, scalar_u16(9), scalar_u16(1), nullptr, &e2)),
               "");
     EXPECT_EQ(values_of<uint16_t>(e), values_of<uint16_t>(e2));
+    // Only low <= 0 and high < low are refused: a NaN low reaches hysteresis.
+    ASSERT_EQ(message(imguniv_edge_sobel(&a, NAN, 60.0, scalar_u16(9), scalar_u16(1), nullptr, &e)), "");
+    ASSERT_EQ(message(imguniv_threshold_hysteresis(&s, NAN, 3600, scalar_u16(9), scalar_u16(1), nullptr, &e2)), "");
+    EXPECT_EQ(values_of<uint16_t>(e), values_of<uint16_t>(e2));
     EXPECT_EQ(message(imguniv_edge_sobel(&a, 0.0, 60.0, scalar_u16(9), scalar_u16(1), nullptr, &e)),
               "Illegal data value");
     EXPECT_EQ(message(imguniv_edge_sobel(&a, 30.0, 20.0, scalar_u16(9), scalar_u16(1), nullptr, &e)),
               "Illegal data value");
     EXPECT_EQ(message(imguniv_edge_sobel(&a, 30.0, 30.0, scalar_u8(9), scalar_u8(1), nullptr, &e)),
               "Illegal data type");
+    EXPECT_EQ(message(imguniv_edge_sobel(&a, 1e19, 1e19, scalar_u16(9), scalar_u16(1), nullptr, &e)),
+              "Illegal data value");  // low^2 above the band's top 1e37
 }
 
 }  // namespace
