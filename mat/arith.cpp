@@ -11,9 +11,7 @@ struct Sub { template <class T> static T apply(T a, T b) { return T(wrap_t<T>(a)
 struct Mul { template <class T> static T apply(T a, T b) { return T(wrap_t<T>(a) * wrap_t<T>(b)); } };
 
 template <class Op, class T>
-#if defined(__GNUC__) && !defined(__clang__) && defined(__x86_64__)
-__attribute__((target_clones("avx512f", "avx2", "default")))
-#endif
+MUTILS_CLONES
 void binary_pass(const T* a, const T* b, T* r, int64_t n) {
     for (int64_t i = 0; i < n; ++i) r[i] = Op::apply(a[i], b[i]);
 }
