@@ -1,7 +1,7 @@
 // Raw element bytes into a pre-sized matrix of any type, either byte order.
 #include "harness.h"
 
-using namespace mutils;
+using namespace mutils;  // calls are qualified: the plain entry points share their names
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size < 4) return 0;
@@ -13,8 +13,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const int32_t offset = data[3] >> 1;
     fuzz::with_stream(data + 4, size - 4, [&](FILE* f) {
         _univ_mat m;
-        matuniv_malloc(&m, rows, cols, type);
-        matuniv_read_raw(f, offset, swap, nullptr, &m);
+        mutils::matuniv_malloc(&m, rows, cols, type);
+        mutils::matuniv_read_raw(f, offset, swap, nullptr, &m);
     });
     return 0;
 }

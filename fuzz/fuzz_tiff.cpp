@@ -3,7 +3,7 @@
 
 #include "harness.h"
 
-using namespace mutils;
+using namespace mutils;  // calls are qualified: the plain entry points share their names
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::string path = fuzz::temp_file(data, size, ".tif");
@@ -13,7 +13,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         Hux::ArenaScope scope;
         _mat_set s;
         try {
-            imgset_read_tiff(wide.c_str(), nullptr, &s);
+            mutils::imgset_read_tiff(wide.c_str(), nullptr, &s);
         } catch (const Hux::Error&) {
         }
     }
