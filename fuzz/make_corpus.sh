@@ -82,3 +82,14 @@ c=corpus/fuzz_cli_load
 { printf '\x02'; cat $f/gray8.tif; } > $c/tif
 { printf '\x03'; tail -c +2 $p/univ_double; } > $c/mat
 { printf '\x04'; printf '1 2 3\n4 5 6\n'; } > $c/txt
+
+# A one-pixel TIFF claiming one 65536 x 65536 tile (a forged tile size), deflate-compressed.
+python3 - "$f/forged_tile.tif" <<'PY'
+import struct, sys
+entries = [(256, 4, 1), (257, 4, 1), (258, 3, 8), (259, 3, 8), (262, 3, 1), (277, 3, 1), (284, 3, 1),
+           (322, 4, 65536), (323, 4, 65536), (324, 4, 146), (325, 4, 16)]
+out = b"II*\0" + struct.pack("<IH", 8, len(entries))
+for tag, typ, value in entries:
+    out += struct.pack("<HHI", tag, typ, 1) + (struct.pack("<HH", value, 0) if typ == 3 else struct.pack("<I", value))
+open(sys.argv[1], "wb").write(out + struct.pack("<I", 0) + b"x" * 16)
+PY

@@ -20,8 +20,7 @@ for bin in build-fuzz/fuzz/fuzz_*; do
   if ASAN_OPTIONS=detect_leaks=1:allocator_may_return_null=1 UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1 \
      "$bin" -max_total_time="$secs" -timeout=10 -rss_limit_mb=2048 -max_len=65536 \
      -artifact_prefix=build-fuzz/findings/"$name"- "$corpus" >"$log" 2>&1; then
-    runs=$(grep -o 'stat::number_of_executed_units: [0-9]*' "$log" | tail -1 | awk '{print $2}')
-    [ -z "$runs" ] && runs=$(grep -oE '^#[0-9]+' "$log" | tail -1 | tr -d '#')
+    runs=$(sed -n 's/^Done \([0-9]*\) runs.*/\1/p' "$log" | tail -1)
     echo "$name: ${runs:-?} executions, no finding"
   else
     echo "$name: FINDING (see $log)"; tail -30 "$log"; status=1
