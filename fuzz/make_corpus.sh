@@ -93,3 +93,8 @@ for tag, typ, value in entries:
     out += struct.pack("<HHI", tag, typ, 1) + (struct.pack("<HH", value, 0) if typ == 3 else struct.pack("<I", value))
 open(sys.argv[1], "wb").write(out + struct.pack("<I", 0) + b"x" * 16)
 PY
+
+# Plain text into integer matrices (type from the first byte's high bits: 0x20 u8, 0x40 s16, 0x60 s32).
+printf '\x21\x01 #255 0\n' > $t/u8
+printf '\x41\x01,#-32768,32767\n' > $t/s16_limits
+printf '\x60\x00 #2147483648\n' > $t/s32_out_of_range

@@ -412,6 +412,107 @@ ROW(cls, scalar_quantize_angle, exact, auto d = rnd<T>(5, 4, 6); auto cb = out<T
     auto r1 = out<uint32_t>(5, 4), r2 = out<uint32_t>(5, 4);
     agree(U(clsuniv_scalar_quantize_angle(&d, &cb, nullptr, &r1)), TY(V<T>(d), V<T>(cb), nullptr, V<uint32_t>(r2)), policy, r1, r2))
 
+// ---- universal members without typed members ------------------------------------------------
+// Members that read their input as double: an input of any element type holding small
+// non-negative integers gives exactly what its double copy gives (complex inputs, with zero
+// imaginary parts, may instead be refused as "Illegal data type").
+
+/// The outcome of a member on inputs x and y (of one type): its message and its output bytes.
+using AsDouble = std::function<std::pair<std::string, std::string>(const _univ_mat* x, const _univ_mat* y)>;
+
+template <class... X> std::string bytes_of(const X&... xs) {
+    std::string out;
+    auto one = [&](const auto& v) {
+        if constexpr (std::is_same_v<std::decay_t<decltype(v)>, _univ_mat>) {
+            out.append(static_cast<const char*>(v.data), std::size_t(v.nelem) * detail::elem_size(v.type));
+        } else {
+            out.append(reinterpret_cast<const char*>(&v), sizeof v);
+        }
+    };
+    (one(xs), ...);
+    return out;
+}
+
+void reads_as_double(const char* name, const AsDouble& f, int32_t rows, int32_t cols) {
+    SCOPED_TRACE(name);
+    rng.seed(777);
+    Hux::ArenaScope scope;
+    auto xd = rnd<double>(rows, cols, 9), yd = rnd<double>(rows, cols, 9);
+    const auto want = f(&xd, &yd);
+    EXPECT_EQ(want.first, "");
+    each_type([&](auto tag) {
+        using T = typename decltype(tag)::type;
+        auto x = out<T>(rows, cols), y = out<T>(rows, cols);
+        matuniv_cast(&xd, 0, nullptr, &x);
+        matuniv_cast(&yd, 0, nullptr, &y);
+        const auto got = f(&x, &y);
+        if (detail::is_complex_elem<T> && got.first == msg::illegal_data_type) return;
+        EXPECT_EQ(got.first, want.first);
+        EXPECT_TRUE(got.second == want.second) << "outputs differ";
+    });
+}
+
+TEST(Differential, UniversalOnlyMembersReadAnyTypeAsDouble) {
+    auto dbl = [](int32_t r, int32_t c) { return out<double>(r, c); };
+    reads_as_double("matuniv_median", [](auto x, auto) {
+        double m = 0;
+        return std::pair{message(matuniv_median(x, nullptr, &m)), bytes_of(m)};
+    }, 5, 4);
+    reads_as_double("matuniv_quantiles", [&](auto x, auto) {
+        auto q = dbl(1, 3), r = dbl(1, 3);
+        const double qs[] = {0.1, 0.5, 0.85};
+        std::memcpy(q.data, qs, sizeof qs);
+        return std::pair{message(matuniv_quantiles(x, &q, nullptr, &r)), bytes_of(r)};
+    }, 5, 4);
+    reads_as_double("matuniv_mean_squared_error", [](auto x, auto y) {
+        double e = 0;
+        return std::pair{message(matuniv_mean_squared_error(x, y, nullptr, &e)), bytes_of(e)};
+    }, 5, 4);
+    reads_as_double("matuniv_signal_to_noise_ratio", [](auto x, auto y) {
+        double ratio = 0;
+        unsigned char infinite = 0;
+        return std::pair{message(matuniv_signal_to_noise_ratio(x, y, nullptr, &ratio, &infinite)), bytes_of(ratio, infinite)};
+    }, 5, 4);
+    reads_as_double("imguniv_filter_derivative_of_gaussian", [&](auto x, auto) {
+        auto v = dbl(9, 8), h = dbl(9, 8);
+        return std::pair{message(imguniv_filter_derivative_of_gaussian(x, 1.0, nullptr, &v, &h)), bytes_of(v, h)};
+    }, 9, 8);
+    reads_as_double("imguniv_gradient_sobel", [&](auto x, auto) {
+        auto v = dbl(9, 8), h = dbl(9, 8);
+        return std::pair{message(imguniv_gradient_sobel(x, nullptr, &v, &h)), bytes_of(v, h)};
+    }, 9, 8);
+    reads_as_double("imguniv_edge_sobel", [&](auto x, auto) {
+        auto r = dbl(9, 8);
+        return std::pair{message(imguniv_edge_sobel(x, 4, 12, scalar_dbl(1), scalar_dbl(0), nullptr, &r)), bytes_of(r)};
+    }, 9, 8);
+    reads_as_double("imguniv_edge_canny", [&](auto x, auto) {
+        auto r = dbl(9, 8);
+        return std::pair{message(imguniv_edge_canny(x, 1.0, 1, 3, scalar_dbl(1), scalar_dbl(0), nullptr, &r)), bytes_of(r)};
+    }, 9, 8);
+    reads_as_double("imguniv_threshold_hysteresis", [&](auto x, auto) {
+        auto r = dbl(9, 8);
+        return std::pair{message(imguniv_threshold_hysteresis(x, 3, 6, scalar_dbl(1), scalar_dbl(0), nullptr, &r)), bytes_of(r)};
+    }, 9, 8);
+    auto filters = [&](_univ_mat* h, _univ_mat* g) {
+        *h = dbl(2, 1), *g = dbl(2, 1);
+        const double hv[] = {0.5, -0.5}, gv[] = {0.5, 0.5};
+        std::memcpy(h->data, hv, sizeof hv);
+        std::memcpy(g->data, gv, sizeof gv);
+    };
+    reads_as_double("wavuniv_transform_maximum_overlap", [&](auto x, auto) {
+        _univ_mat h, g;
+        filters(&h, &g);
+        auto w = dbl(16, 2), v = dbl(16, 2);
+        return std::pair{message(wavuniv_transform_maximum_overlap(x, &h, &g, 2, nullptr, &w, &v)), bytes_of(w, v)};
+    }, 16, 1);
+    reads_as_double("wavuniv_transform_maximum_overlap_packet", [&](auto x, auto) {
+        _univ_mat h, g;
+        filters(&h, &g);
+        auto p = dbl(16, 7);
+        return std::pair{message(wavuniv_transform_maximum_overlap_packet(x, &h, &g, 2, nullptr, &p)), bytes_of(p)};
+    }, 16, 1);
+}
+
 // ---- operands of other types ---------------------------------------------------------------------
 // An operand of type S with a result of type T gives what the same-type call gives on the operand
 // cast to T first; a floating or complex operand with an integer result, and a complex operand
