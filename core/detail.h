@@ -208,7 +208,7 @@ template <class T> struct type_tag { using type = T; };
 ///     });
 template <class F, class... Ts> inline const char* dispatch(int32_t tag, types<Ts...>, F&& f) {
     const char* result = msg::illegal_data_type;
-    ((tag == elem<Ts>::tag ? (result = f(type_tag<Ts>{}), true) : false) || ...);
+    (void)((tag == elem<Ts>::tag ? (result = f(type_tag<Ts>{}), true) : false) || ...);
     return result;
 }
 

@@ -1,5 +1,6 @@
 #include "errors.h"
 
+#include <atomic>
 #include <cstring>
 
 #include "detail.h"
@@ -44,8 +45,9 @@ const char* const kCodeText[17] = {
     "Feature has not been implemented",
 };
 
-// The process-wide poll step; only ever reset from 0.
-double g_interrupt_step = 1000000.0;
+// The process-wide poll step; only ever reset from 0. Atomic (relaxed) because every thread
+// that polls reads it: the only state the library shares between threads.
+std::atomic<double> g_interrupt_step{1000000.0};
 }  // namespace
 
 namespace detail {
@@ -58,9 +60,13 @@ _mutil_errcode err_lookup(const char* message) {
 }  // namespace detail
 
 unsigned char mutil_interrupt(double work, double* next_check, void*) {
-    if (g_interrupt_step == 0.0) g_interrupt_step = 10000000.0;
+    double step = g_interrupt_step.load(std::memory_order_relaxed);
+    if (step == 0.0) {
+        step = 10000000.0;
+        g_interrupt_step.store(step, std::memory_order_relaxed);
+    }
     if (!next_check) return 0;
-    if (*next_check < work) *next_check += g_interrupt_step;
+    if (*next_check < work) *next_check += step;
     return 0;
 }
 

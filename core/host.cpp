@@ -3,6 +3,25 @@
 #include <cstdlib>
 #include <new>
 
+// Under AddressSanitizer the unused room of every arena chunk, and the padding after each
+// block, is poisoned: a read or write past the end of a block is reported like one past a
+// malloc'ed block, although both live in the same chunk.
+#if defined(__SANITIZE_ADDRESS__)
+#define MUTILS_ARENA_POISON 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define MUTILS_ARENA_POISON 1
+#endif
+#endif
+#if defined(MUTILS_ARENA_POISON)
+#include <sanitizer/asan_interface.h>
+#define MUTILS_POISON(p, n) __asan_poison_memory_region((p), (n))
+#define MUTILS_UNPOISON(p, n) __asan_unpoison_memory_region((p), (n))
+#else
+#define MUTILS_POISON(p, n) ((void)(p), (void)(n))
+#define MUTILS_UNPOISON(p, n) ((void)(p), (void)(n))
+#endif
+
 namespace Hux {
 
 Error::Error(const char* message, unsigned code) : m_message(message ? message : ""), m_code(code) {}
@@ -38,6 +57,7 @@ ImcAllocator::~ImcAllocator() { reset(); }
 void ImcAllocator::reset() {
     while (m_head) {
         Chunk* next = m_head->next;
+        MUTILS_UNPOISON(m_head->base(), m_head->size);
         std::free(m_head);
         m_head = next;
     }
@@ -60,12 +80,14 @@ void* ImcAllocator::allocate_array(std::size_t bytes) {
         Chunk* c = static_cast<Chunk*>(raw);
         c->size = size;
         c->used = 0;
+        MUTILS_POISON(c->base(), size);
         if (m_head && size == need) {
             // A chunk filled by one request goes behind the current head, which keeps its room.
             c->next = m_head->next;
             m_head->next = c;
             c->used = need;
             m_reserved += size + kAlign;
+            MUTILS_UNPOISON(c->base(), bytes);
             return c->base();
         }
         c->next = m_head;
@@ -74,6 +96,7 @@ void* ImcAllocator::allocate_array(std::size_t bytes) {
     }
     void* p = m_head->base() + m_head->used;
     m_head->used += need;
+    MUTILS_UNPOISON(p, bytes);
     return p;
 }
 

@@ -185,13 +185,17 @@ bool classify(Layout& l) {
 
 // Whether the file can hold the image: uncompressed data must be all there ("Input-output
 // error" otherwise); compressed data is taken to expand at most 2048 times ("out of memory").
+// Tiled images count their full tiles.
 const char* check_file_size(TIFF* tif, const Layout& l) {
     if (uint64_t(l.rows) * l.cols > uint64_t(INT32_MAX)) return msg::out_of_memory;
     struct stat st;
     if (fstat(TIFFFileno(tif), &st) != 0) return msg::io_error;
     const uint64_t file = uint64_t(st.st_size);
     const uint64_t row_bits = uint64_t(l.cols) * l.spp * l.bits;
-    const uint64_t raw = (row_bits + 7) / 8 * l.rows;  // decoded sample bytes, rows padded
+    uint64_t raw = (row_bits + 7) / 8 * l.rows;  // decoded sample bytes, rows padded
+    // Tiles are stored and decoded whole, so a forged tile size counts with all its padding:
+    // one tile buffer can then never be larger than the file justifies.
+    if (l.tiled) raw = std::max(raw, uint64_t(TIFFNumberOfTiles(tif)) * uint64_t(TIFFTileSize64(tif)));
     uint16_t compression = COMPRESSION_NONE;
     TIFFGetFieldDefaulted(tif, TIFFTAG_COMPRESSION, &compression);
     if (compression == COMPRESSION_NONE) return raw <= file ? nullptr : msg::io_error;

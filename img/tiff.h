@@ -50,7 +50,8 @@
 // | interruption                                                       | "interrupted"        |
 //
 // BitsPerSample, SamplesPerPixel and PlanarConfiguration take their TIFF defaults (1, 1,
-// contiguous) when a file leaves them out.
+// contiguous) when a file leaves them out. Tiled images are measured in whole tiles for the
+// two size checks, so a forged tile size is refused before a tile buffer is allocated.
 //
 //     mutils::_mat_set planes;
 //     if (!mutils::imgset_read_tiff(L"scan.tif", nullptr, &planes)) { /* planes.nmat samples */ }

@@ -37,5 +37,20 @@ TEST(MemoryBounds, MillionCallsInScopesStayFlat) {
     EXPECT_LT(after - before, 1024);
 }
 
+#if defined(__SANITIZE_ADDRESS__)
+// Under AddressSanitizer the arena poisons what lies between and after its blocks, so writing
+// one byte past a block is reported although the byte belongs to the arena's chunk.
+TEST(MemoryBoundsDeathTest, WritePastAnArenaBlockIsReported) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_DEATH(
+        {
+            Hux::ArenaScope scope;
+            auto* p = static_cast<volatile char*>(Hux::ImcAllocator::m_current->allocate_array(10));
+            p[10] = 1;
+        },
+        "use-after-poison");
+}
+#endif
+
 }  // namespace
 }  // namespace mutils::test

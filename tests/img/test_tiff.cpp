@@ -235,6 +235,28 @@ TEST_F(TiffTest, ForgedSizesAreRefusedWithoutLargeAllocations) {
     EXPECT_LT(m_scope.arena().reserved() - before, std::size_t(16) << 20);
 }
 
+// A one-pixel image in one forged 65536 x 65536 tile: the tile buffer alone would be 4 GiB, so
+// the tile's full size is held against the file before anything is allocated.
+TEST_F(TiffTest, ForgedTileSizesAreRefusedBeforeTheTileBufferIsAllocated) {
+    const std::string path = scratch("tile.tif");
+    auto tiled = [](uint16_t compression) {
+        return std::vector<TiffEntry>{{256, 4, 1, 1},   {257, 4, 1, 1},     {258, 3, 1, 8},
+                                      {259, 3, 1, compression}, {262, 3, 1, 1}, {277, 3, 1, 1},
+                                      {284, 3, 1, 1},   {322, 4, 1, 65536}, {323, 4, 1, 65536},
+                                      {324, 4, 1, kDataOffset}, {325, 4, 1, 16}};
+    };
+    put_file(path, tiff_bytes(tiled(1), std::string(16, 'x')));
+    read_tiff(path, "Input-output error");
+    put_file(path, tiff_bytes(tiled(8), std::string(16, 'x')));  // deflate
+    read_tiff(path, "out of memory");
+    // The same file with an honest 16 x 16 tile reads.
+    auto honest = tiled(1);
+    honest[7].value = honest[8].value = 16;
+    honest[10].value = 256;
+    put_file(path, tiff_bytes(honest, std::string(256, 'x')));
+    expect_plane<unsigned char>(read_tiff(path), 0, make_univ<unsigned char>(1, 1, {'x'}));
+}
+
 TEST_F(TiffTest, UnsupportedLayoutsAreIllegalValues) {
     const std::string path = scratch("layout.tif");
     put_file(path, tiff_bytes(grey_entries(2, 2, 4, 1, 5, 1), "abcd"));  // separated (CMYK) photometric
