@@ -95,7 +95,7 @@ TEST_F(Cli, ConvertRoundTripsThroughMatrixFilesAndCasts) {
     write("sq.pgm", kSquare);
     ASSERT_EQ(run("convert sq.pgm -o sq.mat").status, 0);
     ASSERT_EQ(run("convert sq.mat -o back.pgm").status, 0);
-    EXPECT_EQ(read("back.pgm").substr(0, 12), "P5 4 4 200\n\0"[0] == 'P' ? read("back.pgm").substr(0, 12) : "");
+    EXPECT_EQ(read("back.pgm").substr(0, 11), "P5 4 4 200\n");  // maxval is the image's maximum
     Run r = run("convert sq.pgm -o sq.txt --type double");
     EXPECT_EQ(r.status, 0) << r.err;
     EXPECT_NE(read("sq.txt").find("200"), std::string::npos);
