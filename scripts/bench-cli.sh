@@ -15,9 +15,9 @@ elapsed() {
   start=$(date +%s.%N)
   "$bin" edges canny "$work"/in*.pgm -o "$work/out$1" --jobs "$1" >/dev/null
   end=$(date +%s.%N)
-  echo "$end - $start" | bc -l
+  awk -v a="$start" -v b="$end" 'BEGIN { print b - a }'
 }
 "$bin" edges canny "$work/in1.pgm" -o "$work/warm.pgm" >/dev/null  # warm the page cache
 t1=$(elapsed 1)
 t2=$(elapsed 2)
-printf 'jobs 1: %.3f s\njobs 2: %.3f s\nratio jobs2/jobs1: %.2f\n' "$t1" "$t2" "$(echo "$t2 / $t1" | bc -l)"
+printf 'jobs 1: %.3f s\njobs 2: %.3f s\nratio jobs2/jobs1: %.2f\n' "$t1" "$t2" "$(awk -v a="$t1" -v b="$t2" 'BEGIN { print b / a }')"
