@@ -56,6 +56,12 @@ struct SaveOptions {
 /// Image formats need unsigned integer planes: others are mapped to 8 bits for viewing.
 void save(const std::string& path, const Data& data, const SaveOptions& options = {});
 
+/// A typed view of a universal matrix's data (no copy; writes go to the same block).
+template <class M>
+M typed(const mutils::_univ_mat& u) {
+    return M{u.nrow, u.ncol, u.nelem, static_cast<decltype(M::data)>(u.data)};
+}
+
 /// A new matrix of the given size and type in the current arena.
 mutils::_univ_mat make(int32_t rows, int32_t cols, mutils::_mutil_data_type type);
 /// A double copy of any real matrix.

@@ -1,6 +1,7 @@
 // Image subcommands: edges, morph, label, threshold, distance, hull, chain, flow.
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 
 #include "cli.h"
@@ -62,9 +63,9 @@ void edges(const EdgeOptions& o, const std::string& in) {
     _univ_mat r = make(g.nrow, g.ncol, MUTIL_UINT8);
     _univ_scalar fg = scalar_u8(255), bg = scalar_u8(0);
     if (o.method == "canny") {
-        check(imguniv_edge_canny(&g, o.sigma, o.low, o.high, fg, bg, nullptr, &r));
+        check(mutils::imguniv_edge_canny(&g, o.sigma, o.low, o.high, fg, bg, nullptr, &r));
     } else {
-        check(imguniv_edge_sobel(&g, o.low, o.high, fg, bg, nullptr, &r));
+        check(mutils::imguniv_edge_sobel(&g, o.low, o.high, fg, bg, nullptr, &r));
     }
     save(output_for(in, o.batch.output, o.batch.inputs.size(), "pgm"), single(r));
 }
@@ -87,11 +88,11 @@ _univ_mat structuring_element(const MorphOptions& o, _mutil_data_type type, int3
     if (o.element == "disk") {
         int32_t r = int32_t(std::floor(o.radius));
         se = make(2 * r + 1, 2 * r + 1, type);
-        check(imguniv_generate_disk(r, r, o.radius, scalar_of(type, 1), scalar_of(type, 0), nullptr, &se));
+        check(mutils::imguniv_generate_disk(r, r, o.radius, scalar_of(type, 1), scalar_of(type, 0), nullptr, &se));
         orow = ocol = r;
     } else {
         se = make(o.height, o.width, type);
-        check(imguniv_generate_rectangle(0, 0, o.height, o.width, scalar_of(type, 1), scalar_of(type, 0), nullptr, &se));
+        check(mutils::imguniv_generate_rectangle(0, 0, o.height, o.width, scalar_of(type, 1), scalar_of(type, 0), nullptr, &se));
         orow = o.height / 2;
         ocol = o.width / 2;
     }
@@ -111,10 +112,10 @@ void morph(const MorphOptions& o, const std::string& in) {
         _univ_mat se = structuring_element(o, img.type, orow, ocol);
         _univ_mat r = make(img.nrow, img.ncol, img.type);
         auto b = static_cast<_mutil_boundary_type>(o.border);
-        if (o.op == "erode") check(imguniv_grayscale_erode(&img, &se, orow, ocol, b, nullptr, &r));
-        else if (o.op == "dilate") check(imguniv_grayscale_dilate(&img, &se, orow, ocol, b, nullptr, &r));
-        else if (o.op == "open") check(imguniv_grayscale_open(&img, &se, b, nullptr, &r));
-        else if (o.op == "close") check(imguniv_grayscale_close(&img, &se, b, nullptr, &r));
+        if (o.op == "erode") check(mutils::imguniv_grayscale_erode(&img, &se, orow, ocol, b, nullptr, &r));
+        else if (o.op == "dilate") check(mutils::imguniv_grayscale_dilate(&img, &se, orow, ocol, b, nullptr, &r));
+        else if (o.op == "open") check(mutils::imguniv_grayscale_open(&img, &se, b, nullptr, &r));
+        else if (o.op == "close") check(mutils::imguniv_grayscale_close(&img, &se, b, nullptr, &r));
         else throw Failure("grey-scale morphology has erode, dilate, open and close");
         save(output_for(in, o.batch.output, o.batch.inputs.size(), "pgm"), single(r));
         return;
@@ -123,16 +124,16 @@ void morph(const MorphOptions& o, const std::string& in) {
     _univ_scalar fg = scalar_of(img.type, o.foreground), bg = scalar_of(img.type, 0);
     _univ_mat r = make(img.nrow, img.ncol, img.type);
     if (o.op == "thin") {
-        check(imguniv_binary_thin(&img, fg, bg, nullptr, &r));
+        check(mutils::imguniv_binary_thin(&img, fg, bg, nullptr, &r));
     } else if (o.op == "skeleton") {
-        check(imguniv_binary_skeleton(&img, fg, bg, nullptr, &r));
+        check(mutils::imguniv_binary_skeleton(&img, fg, bg, nullptr, &r));
     } else {
         int32_t orow, ocol;
         _univ_mat se = structuring_element(o, MUTIL_UINT8, orow, ocol);
-        if (o.op == "erode") check(imguniv_binary_erode(&img, &se, orow, ocol, fg, bg, nullptr, &r));
-        else if (o.op == "dilate") check(imguniv_binary_dilate(&img, &se, orow, ocol, fg, bg, nullptr, &r));
-        else if (o.op == "open") check(imguniv_binary_open(&img, &se, fg, bg, nullptr, &r));
-        else check(imguniv_binary_close(&img, &se, fg, bg, nullptr, &r));
+        if (o.op == "erode") check(mutils::imguniv_binary_erode(&img, &se, orow, ocol, fg, bg, nullptr, &r));
+        else if (o.op == "dilate") check(mutils::imguniv_binary_dilate(&img, &se, orow, ocol, fg, bg, nullptr, &r));
+        else if (o.op == "open") check(mutils::imguniv_binary_open(&img, &se, fg, bg, nullptr, &r));
+        else check(mutils::imguniv_binary_close(&img, &se, fg, bg, nullptr, &r));
     }
     save(output_for(in, o.batch.output, o.batch.inputs.size(), "pgm"), single(r));
 }
@@ -150,7 +151,7 @@ void label(const LabelOptions& o, const std::string& in) {
     _univ_mat img = binary_of(grey_of(load(in)), o.value, o.level);
     _univ_mat labels = make(img.nrow, img.ncol, MUTIL_UINT32);
     uint32_t count = 0;
-    check(imguniv_connected_components(&img, static_cast<_img_connected_type>(o.four ? 0 : 1),
+    check(mutils::imguniv_connected_components(&img, static_cast<_img_connected_type>(o.four ? 0 : 1),
                                        scalar_of(img.type, o.value), o.min_size, nullptr, &labels, &count));
     std::printf("%s: %u labels (background included)\n", in.c_str(), count);
     save(output_for(in, o.batch.output, o.batch.inputs.size(), "pgm"), single(labels));
@@ -174,14 +175,14 @@ void threshold(const ThresholdOptions& o, const std::string& in) {
         r = make(img.nrow, img.ncol, img.type);
         double t = 0;
         int kind = o.criterion == "variance" ? 1 : 0;
-        check(imguniv_threshold_auto(&img, o.bins, static_cast<_img_thresh_type>(kind), nullptr, &r, &t));
+        check(mutils::imguniv_threshold_auto(&img, o.bins, static_cast<_img_thresh_type>(kind), nullptr, &r, &t));
         std::printf("%s: threshold %g (%s criterion)\n", in.c_str(), t, kind ? "between-class variance" : "minimum error");
     } else if (o.method == "hysteresis") {
         r = make(img.nrow, img.ncol, MUTIL_UINT8);
-        check(imguniv_threshold_hysteresis(&img, o.low, o.high, scalar_u8(uint8_t(o.foreground)), scalar_u8(0), nullptr, &r));
+        check(mutils::imguniv_threshold_hysteresis(&img, o.low, o.high, scalar_u8(uint8_t(o.foreground)), scalar_u8(0), nullptr, &r));
     } else {
         r = make(img.nrow, img.ncol, MUTIL_UINT8);
-        check(imguniv_map_window_level(&img, o.low, o.high, nullptr, &r));
+        check(mutils::imguniv_map_window_level(&img, o.low, o.high, nullptr, &r));
     }
     save(output_for(in, o.batch.output, o.batch.inputs.size(), "pgm"), single(r));
 }
@@ -199,7 +200,7 @@ void distance(const ObjectOptions& o, const std::string& in) {
     if (img.type == MUTIL_UINT32) img = to_double(img);
     int kind = o.metric == "euclidean" ? 0 : o.metric == "cityblock" ? 1 : 2;
     _univ_mat r = make(img.nrow, img.ncol, MUTIL_DOUBLE);
-    check(imguniv_transform_distance(&img, static_cast<_img_distance_type>(kind), scalar_of(img.type, o.object), nullptr, &r));
+    check(mutils::imguniv_transform_distance(&img, static_cast<_img_distance_type>(kind), scalar_of(img.type, o.object), nullptr, &r));
     std::string out = output_for(in, o.batch.output, o.batch.inputs.size(), "mat");
     save(out, single(r));
 }
@@ -207,7 +208,7 @@ void distance(const ObjectOptions& o, const std::string& in) {
 void hull(const ObjectOptions& o, const std::string& in) {
     _univ_mat img = binary_of(grey_of(load(in)), o.object, o.level);
     _univ_mat r = make(img.nrow, img.ncol, img.type);
-    check(imguniv_convex_hull(&img, scalar_of(img.type, o.object), nullptr, &r));
+    check(mutils::imguniv_convex_hull(&img, scalar_of(img.type, o.object), nullptr, &r));
     save(output_for(in, o.batch.output, o.batch.inputs.size(), "pgm"), single(r));
 }
 
@@ -222,7 +223,7 @@ void chain(const ChainOptions& o) {
     Hux::ArenaScope scope;
     _univ_mat img = grey_of(load(o.input));
     _pgn_chain c{};
-    check(pgnuniv_boundary_chain_from_region(&img, o.row, o.col, nullptr, &c));
+    check(mutils::pgnuniv_boundary_chain_from_region(&img, o.row, o.col, nullptr, &c));
     std::printf("start (%d, %d), %d runs\n", c.start_row, c.start_col, c.nrun);
     int64_t length = 0;
     for (int32_t i = 0; i < c.nrun; ++i) {
@@ -244,14 +245,14 @@ void flow(const FlowOptions& o) {
     int32_t n = int32_t(o.frames.size());
     if (n != 2 && n != 3 && n != 5) throw Failure("flow needs two, three or five frames");
     _mat_set frames;
-    matset_malloc(&frames, 1, &n);
+    mutils::matset_malloc(&frames, 1, &n);
     for (int32_t i = 0; i < n; ++i) frames.mats[i] = to_double(grey_of(load(o.frames[i])));
     _univ_mat u = make(frames.mats[0].nrow, frames.mats[0].ncol, MUTIL_DOUBLE);
     _univ_mat v = make(frames.mats[0].nrow, frames.mats[0].ncol, MUTIL_DOUBLE);
     int32_t iterations = 0;
     double change = 0;
     int kind = n == 2 ? 0 : n == 3 ? 1 : 2;
-    check(vidset_optical_flow_horn_schunck(&frames, static_cast<_vid_gradient_type>(kind), o.iterations, o.tolerance,
+    check(mutils::vidset_optical_flow_horn_schunck(&frames, static_cast<_vid_gradient_type>(kind), o.iterations, o.tolerance,
                                            o.alpha, nullptr, &u, &v, &iterations, &change));
     const double* pu = static_cast<const double*>(u.data);
     const double* pv = static_cast<const double*>(v.data);

@@ -26,14 +26,15 @@ double as_double(const _univ_scalar& s) {
 
 std::pair<double, double> library_range(const _univ_mat& m) {
     _univ_scalar lo, hi;
-    check(matuniv_range(&m, nullptr, &lo, &hi));
+    check(mutils::matuniv_range(&m, nullptr, &lo, &hi));
     return {as_double(lo), as_double(hi)};
 }
 
 std::vector<uint32_t> histogram(const _univ_mat& m, double lo, double hi, int bins) {
-    _univ_mat counts = make(1, bins, MUTIL_UINT32);
-    check(matuniv_histogram(&m, lo, hi, 0, nullptr, &counts));
-    const uint32_t* c = static_cast<const uint32_t*>(counts.data);
+    _uint32_mat counts;
+    mutils::matu32_malloc(&counts, bins, 1);
+    check(mutils::matuniv_histogram(&m, lo, hi, 0, nullptr, &counts));
+    const uint32_t* c = counts.data;
     return std::vector<uint32_t>(c, c + bins);
 }
 
@@ -73,7 +74,7 @@ void convert(const ConvertOptions& o, const std::string& input) {
         for (auto& p : d.planes) {
             if (p.type == t) continue;
             _univ_mat r = make(p.nrow, p.ncol, t);
-            matuniv_cast(&p, o.clip ? 1 : 0, nullptr, &r);  // raises "overflow" unless clipped
+            mutils::matuniv_cast(&p, o.clip ? 1 : 0, nullptr, &r);  // raises "overflow" unless clipped
             p = r;
         }
     }
@@ -97,11 +98,11 @@ void stats(const StatsOptions& o, const std::string& path) {
         if (m.type == MUTIL_DCOMPLEX) throw Failure("statistics need real data");
         auto [lo, hi] = library_range(m);
         double median = 0;
-        check(matuniv_median(&m, nullptr, &median));
+        check(mutils::matuniv_median(&m, nullptr, &median));
         _univ_mat probs = make(1, int32_t(o.quantiles.size()), MUTIL_DOUBLE);
         std::copy(o.quantiles.begin(), o.quantiles.end(), static_cast<double*>(probs.data));
         _univ_mat q = make(1, int32_t(o.quantiles.size()), MUTIL_DOUBLE);
-        check(matuniv_quantiles(&m, &probs, nullptr, &q));
+        check(mutils::matuniv_quantiles(&m, &probs, nullptr, &q));
         std::printf("%s plane %zu (%s %dx%d)\n", path.c_str(), i, type_word(m.type), m.nrow, m.ncol);
         std::printf("  range     %g .. %g\n  median    %g\n", lo, hi, median);
         for (std::size_t k = 0; k < o.quantiles.size(); ++k)
@@ -111,7 +112,7 @@ void stats(const StatsOptions& o, const std::string& path) {
             _univ_mat counts = make(1, o.bins, MUTIL_UINT32);
             std::copy(h.begin(), h.end(), static_cast<uint32_t*>(counts.data));
             double entropy = 0;
-            check(matuniv_entropy(&counts, nullptr, &entropy));
+            check(mutils::matuniv_entropy(&counts, nullptr, &entropy));
             std::printf("  entropy   %g bits (of the %d-bin histogram)\n  histogram", entropy, o.bins);
             for (uint32_t c : h) std::printf(" %u", c);
             std::printf("\n");

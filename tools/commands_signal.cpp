@@ -53,25 +53,28 @@ void transform(const TransformOptions& o) {
         // Two planes read back from a transform's output are its real and imaginary parts.
         _univ_mat re = to_double(in.planes[0]), im = to_double(in.planes[1]);
         x = make(re.nrow, re.ncol, MUTIL_DCOMPLEX);
-        check(matdbl_to_complex(reinterpret_cast<_double_mat*>(&re), reinterpret_cast<_double_mat*>(&im), nullptr,
-                                reinterpret_cast<_dcomplex_mat*>(&x)));
+        _double_mat red = typed<_double_mat>(re), imd = typed<_double_mat>(im);
+        _dcomplex_mat xc = typed<_dcomplex_mat>(x);
+        mutils::matdbl_to_complex(&red, &imd, nullptr, &xc);
     }
     if (o.kind == "dft") {
         _univ_mat r = make(x.nrow, x.ncol, MUTIL_DCOMPLEX);
-        check(siguniv_transform_discrete_fourier(&x, o.inverse ? 1 : 0, nullptr, &r));
+        check(mutils::siguniv_transform_discrete_fourier(&x, o.inverse ? 1 : 0, nullptr, &r));
         return save(o.output, complex_parts(r, o.part));
     }
     if (x.type == MUTIL_DCOMPLEX) throw Failure(o.kind + " needs real data");
-    auto* xd = reinterpret_cast<_double_mat*>(&x);
+    _double_mat xv = typed<_double_mat>(x);
+    _double_mat* xd = &xv;
     _univ_mat r = make(x.nrow, x.ncol, MUTIL_DOUBLE);
-    auto* rd = reinterpret_cast<_double_mat*>(&r);
+    _double_mat rv = typed<_double_mat>(r);
+    _double_mat* rd = &rv;
     if (o.kind == "dct") {
-        check(o.inverse ? sigdbl_transform_discrete_cosine_II_inverse(xd, nullptr, rd)
-                        : sigdbl_transform_discrete_cosine_II(xd, nullptr, rd));
+        check(o.inverse ? mutils::sigdbl_transform_discrete_cosine_II_inverse(xd, nullptr, rd)
+                        : mutils::sigdbl_transform_discrete_cosine_II(xd, nullptr, rd));
     } else if (o.kind == "dct2d") {
-        check(siguniv_transform_discrete_cosine_II_2d(&x, o.inverse ? 1 : 0, nullptr, &r));
+        check(mutils::siguniv_transform_discrete_cosine_II_2d(&x, o.inverse ? 1 : 0, nullptr, &r));
     } else {
-        check(sigdbl_transform_hartley(xd, nullptr, rd));
+        check(mutils::sigdbl_transform_hartley(xd, nullptr, rd));
     }
     save(o.output, single(r));
 }
@@ -85,20 +88,21 @@ struct WindowOptions {
 void window(const WindowOptions& o) {
     Hux::ArenaScope scope;
     _univ_mat w = make(o.length, 1, MUTIL_DOUBLE);
-    auto* wd = reinterpret_cast<_double_mat*>(&w);
+    _double_mat wv = typed<_double_mat>(w);
+    _double_mat* wd = &wv;
     auto param = [&](double fallback) { return std::isnan(o.parameter) ? fallback : o.parameter; };
     const std::string& n = o.name;
-    if (n == "rectangle") check(sigdbl_window_rectangle(nullptr, wd));
-    else if (n == "triangle") check(sigdbl_window_triangle(nullptr, wd));
-    else if (n == "hanning") check(sigdbl_window_hanning(nullptr, wd));
-    else if (n == "hamming") check(sigdbl_window_hamming(nullptr, wd));
-    else if (n == "blackman") check(sigdbl_window_blackman(nullptr, wd));
-    else if (n == "nuttall") check(sigdbl_window_nuttall(nullptr, wd));
-    else if (n == "born_jordan") check(sigdbl_window_born_jordan(nullptr, wd));
-    else if (n == "raised_cosine") check(sigdbl_window_raised_cosine(param(0.5), nullptr, wd));
-    else if (n == "gaussian") check(sigdbl_window_gaussian(param(2.5), nullptr, wd));
-    else if (n == "kaiser") check(sigdbl_window_kaiser(param(8.0), nullptr, wd));
-    else check(sigdbl_window_chebyshev(param(60.0), nullptr, wd));
+    if (n == "rectangle") check(mutils::sigdbl_window_rectangle(nullptr, wd));
+    else if (n == "triangle") check(mutils::sigdbl_window_triangle(nullptr, wd));
+    else if (n == "hanning") check(mutils::sigdbl_window_hanning(nullptr, wd));
+    else if (n == "hamming") check(mutils::sigdbl_window_hamming(nullptr, wd));
+    else if (n == "blackman") check(mutils::sigdbl_window_blackman(nullptr, wd));
+    else if (n == "nuttall") check(mutils::sigdbl_window_nuttall(nullptr, wd));
+    else if (n == "born_jordan") check(mutils::sigdbl_window_born_jordan(nullptr, wd));
+    else if (n == "raised_cosine") check(mutils::sigdbl_window_raised_cosine(param(0.5), nullptr, wd));
+    else if (n == "gaussian") check(mutils::sigdbl_window_gaussian(param(2.5), nullptr, wd));
+    else if (n == "kaiser") check(mutils::sigdbl_window_kaiser(param(8.0), nullptr, wd));
+    else check(mutils::sigdbl_window_chebyshev(param(60.0), nullptr, wd));
     save(o.output, single(w));
 }
 
@@ -117,11 +121,11 @@ _univ_mat autocorrelation(const TimeFreqOptions& o, const _univ_mat& x) {
     int32_t cols = (n + o.step - 1) / o.step;
     _univ_mat r = make(lags, cols, MUTIL_DOUBLE);
     const std::string& k = o.kind;
-    if (k == "wigner") check(siguniv_timefreq_autocorrelate_wigner(&x, o.step, nullptr, &r));
-    else if (k == "margenau_hill") check(siguniv_timefreq_autocorrelate_margeneau_hill(&x, o.step, nullptr, &r));
-    else if (k == "cone") check(siguniv_timefreq_autocorrelate_cone(&x, o.step, nullptr, &r));
-    else if (k == "born_jordan") check(siguniv_timefreq_autocorrelate_born_jordan(&x, o.step, nullptr, &r));
-    else check(siguniv_timefreq_autocorrelate_choi_williams(&x, o.sigma, o.step, nullptr, &r));
+    if (k == "wigner") check(mutils::siguniv_timefreq_autocorrelate_wigner(&x, o.step, nullptr, &r));
+    else if (k == "margenau_hill") check(mutils::siguniv_timefreq_autocorrelate_margeneau_hill(&x, o.step, nullptr, &r));
+    else if (k == "cone") check(mutils::siguniv_timefreq_autocorrelate_cone(&x, o.step, nullptr, &r));
+    else if (k == "born_jordan") check(mutils::siguniv_timefreq_autocorrelate_born_jordan(&x, o.step, nullptr, &r));
+    else check(mutils::siguniv_timefreq_autocorrelate_choi_williams(&x, o.sigma, o.step, nullptr, &r));
     return r;
 }
 
@@ -132,7 +136,7 @@ void timefreq(const TimeFreqOptions& o) {
     if (!o.spectrum) return save(o.output, single(r));
     // Each column's DFT over the lag gives that time's frequency content.
     _univ_mat f = make(r.nrow, r.ncol, MUTIL_DCOMPLEX);
-    check(siguniv_transform_discrete_fourier(&r, 0, nullptr, &f));
+    check(mutils::siguniv_transform_discrete_fourier(&r, 0, nullptr, &f));
     save(o.output, complex_parts(f, "abs"));
 }
 
@@ -161,11 +165,11 @@ void modwt(const ModwtOptions& o) {
     }
     if (o.packet) {
         _univ_mat p = make(x.nrow, (1 << (o.levels + 1)) - 1, MUTIL_DOUBLE);
-        check(wavuniv_transform_maximum_overlap_packet(&x, &hm, &gm, o.levels, nullptr, &p));
+        check(mutils::wavuniv_transform_maximum_overlap_packet(&x, &hm, &gm, o.levels, nullptr, &p));
         return save(o.output, single(p));
     }
     _univ_mat w = make(x.nrow, o.levels, MUTIL_DOUBLE), v = make(x.nrow, o.levels, MUTIL_DOUBLE);
-    check(wavuniv_transform_maximum_overlap(&x, &hm, &gm, o.levels, nullptr, &w, &v));
+    check(mutils::wavuniv_transform_maximum_overlap(&x, &hm, &gm, o.levels, nullptr, &w, &v));
     Data d;
     d.planes = {w, v};
     save(o.output, d);

@@ -143,14 +143,14 @@ void demo(const std::string& dir) {
 
     _univ_mat canny = make(kSize, kSize, MUTIL_UINT8);
     timed({"Canny edges", "scene.pgm", "canny.pgm", "sigma 1.5, low 4, high 10", "", sz}, [&] {
-        check(imguniv_edge_canny(&scene_d, 1.5, 4.0, 10.0, scalar_u8(255), scalar_u8(0), nullptr, &canny));
+        check(mutils::imguniv_edge_canny(&scene_d, 1.5, 4.0, 10.0, scalar_u8(255), scalar_u8(0), nullptr, &canny));
         return std::to_string(count_nonzero(canny)) + " edge pixels";
     });
     save(path("canny.pgm"), one(canny));
 
     _univ_mat sobel = make(kSize, kSize, MUTIL_UINT8);
     timed({"Sobel edges", "scene.pgm", "sobel.pgm", "low 60, high 120 (gradient magnitude)", "", sz}, [&] {
-        check(imguniv_edge_sobel(&scene_d, 60.0, 120.0, scalar_u8(255), scalar_u8(0), nullptr, &sobel));
+        check(mutils::imguniv_edge_sobel(&scene_d, 60.0, 120.0, scalar_u8(255), scalar_u8(0), nullptr, &sobel));
         return std::to_string(count_nonzero(sobel)) + " edge pixels";
     });
     save(path("sobel.pgm"), one(sobel));
@@ -158,7 +158,7 @@ void demo(const std::string& dir) {
     _univ_mat mask = make(kSize, kSize, MUTIL_UINT8);
     timed({"Automatic threshold", "scene.pgm", "mask.pgm", "256 bins, between-class variance", "", sz}, [&] {
         double t = 0;
-        check(imguniv_threshold_auto(&scene, 256, static_cast<_img_thresh_type>(1), nullptr, &mask, &t));
+        check(mutils::imguniv_threshold_auto(&scene, 256, static_cast<_img_thresh_type>(1), nullptr, &mask, &t));
         return "threshold " + fmt("%.1f", t);
     });
     // The thresholded image holds the image's own values; make it a 0/255 mask.
@@ -175,7 +175,7 @@ void demo(const std::string& dir) {
     _univ_mat labels = make(kSize, kSize, MUTIL_UINT32);
     timed({"Connected components", "mask.pgm", "labels.pgm", "eight neighbours, value 255", "", sz}, [&] {
         uint32_t count = 0;
-        check(imguniv_connected_components(&mask, static_cast<_img_connected_type>(1), scalar_u8(255), 0, nullptr,
+        check(mutils::imguniv_connected_components(&mask, static_cast<_img_connected_type>(1), scalar_u8(255), 0, nullptr,
                                            &labels, &count));
         return std::to_string(count) + " labels (with background)";
     });
@@ -183,7 +183,7 @@ void demo(const std::string& dir) {
 
     _univ_mat dist = make(kSize, kSize, MUTIL_DOUBLE);
     timed({"Distance transform", "mask.pgm", "distance.pgm", "Euclidean chamfer to value 255", "", sz}, [&] {
-        check(imguniv_transform_distance(&mask, static_cast<_img_distance_type>(0), scalar_u8(255), nullptr, &dist));
+        check(mutils::imguniv_transform_distance(&mask, static_cast<_img_distance_type>(0), scalar_u8(255), nullptr, &dist));
         auto [lo, hi] = range_of(dist);
         (void)lo;
         return "max distance " + fmt("%.2f", hi);
@@ -192,21 +192,21 @@ void demo(const std::string& dir) {
 
     _univ_mat thin = make(kSize, kSize, MUTIL_UINT8);
     timed({"Thinning", "mask.pgm", "thin.pgm", "foreground 255, background 0", "", sz}, [&] {
-        check(imguniv_binary_thin(&mask, scalar_u8(255), scalar_u8(0), nullptr, &thin));
+        check(mutils::imguniv_binary_thin(&mask, scalar_u8(255), scalar_u8(0), nullptr, &thin));
         return std::to_string(count_nonzero(thin)) + " pixels left";
     });
     save(path("thin.pgm"), one(thin));
 
     _univ_mat hull = make(kSize, kSize, MUTIL_UINT8);
     timed({"Convex hull", "mask.pgm", "hull.pgm", "object value 255", "", sz}, [&] {
-        check(imguniv_convex_hull(&mask, scalar_u8(255), nullptr, &hull));
+        check(mutils::imguniv_convex_hull(&mask, scalar_u8(255), nullptr, &hull));
         return std::to_string(count_nonzero(hull)) + " pixels inside";
     });
     save(path("hull.pgm"), one(hull));
 
     _univ_mat dct = make(kSize, kSize, MUTIL_DOUBLE);
     timed({"2-D DCT", "scene.pgm", "dct.pgm", "orthonormal DCT-II; shown as log(1 + |c|)", "", sz}, [&] {
-        check(siguniv_transform_discrete_cosine_II_2d(&scene_d, 0, nullptr, &dct));
+        check(mutils::siguniv_transform_discrete_cosine_II_2d(&scene_d, 0, nullptr, &dct));
         const double* c = static_cast<const double*>(dct.data);
         double all = 0, low = 0;
         for (int32_t r = 0; r < kSize; ++r)
@@ -237,7 +237,7 @@ void demo(const std::string& dir) {
             static_cast<double*>(gm.data)[l] = g[l];
             static_cast<double*>(hm.data)[l] = ((l % 2) ? -1.0 : 1.0) * g[3 - l];
         }
-        check(wavuniv_transform_maximum_overlap(&chirp, &hm, &gm, 4, nullptr, &w, &v));
+        check(mutils::wavuniv_transform_maximum_overlap(&chirp, &hm, &gm, 4, nullptr, &w, &v));
         const double* p = static_cast<const double*>(w.data);
         double e[4] = {}, all = 0;
         for (int32_t t = 0; t < N; ++t)
@@ -250,8 +250,8 @@ void demo(const std::string& dir) {
     _univ_mat tfd = make(N / 2, N / 4, MUTIL_DCOMPLEX);
     timed({"Wigner distribution", "chirp.pgm", "wigner.pgm", "step 4, 256 lags, |DFT| over lags", "", "512x1"}, [&] {
         _univ_mat r = make(N / 2, N / 4, MUTIL_DOUBLE);
-        check(siguniv_timefreq_autocorrelate_wigner(&chirp, 4, nullptr, &r));
-        check(siguniv_transform_discrete_fourier(&r, 0, nullptr, &tfd));
+        check(mutils::siguniv_timefreq_autocorrelate_wigner(&chirp, 4, nullptr, &r));
+        check(mutils::siguniv_transform_discrete_fourier(&r, 0, nullptr, &tfd));
         return std::string("a rising line: the chirp");
     });
     {
@@ -270,12 +270,12 @@ void demo(const std::string& dir) {
           [&] {
               _mat_set frames;
               int32_t two = 2;
-              matset_malloc(&frames, 1, &two);
+              mutils::matset_malloc(&frames, 1, &two);
               frames.mats[0] = f0;
               frames.mats[1] = f1;
               int32_t it = 0;
               double change = 0;
-              check(vidset_optical_flow_horn_schunck(&frames, static_cast<_vid_gradient_type>(0), 200, 1e-6, 10.0,
+              check(mutils::vidset_optical_flow_horn_schunck(&frames, static_cast<_vid_gradient_type>(0), 200, 1e-6, 10.0,
                                                      nullptr, &u, &vv, &it, &change));
               double su = 0, sv = 0;
               int n = 0;

@@ -61,7 +61,7 @@ Data from_set(const _mat_set& s) {
 _mat_set to_set(const std::vector<_univ_mat>& planes) {
     _mat_set s;
     int32_t n = int32_t(planes.size());
-    matset_malloc(&s, 1, &n);
+    mutils::matset_malloc(&s, 1, &n);
     for (int32_t i = 0; i < n; ++i) s.mats[i] = planes[i];
     return s;
 }
@@ -87,7 +87,8 @@ Data load_text(FILE* f) {
     if (rows == 0 || cols == 0) throw Failure("no numbers in the text file");
     std::rewind(f);
     _univ_mat m = make(rows, cols, MUTIL_DOUBLE);
-    check(matdbl_read_ascii(f, ',', '#', nullptr, reinterpret_cast<_double_mat*>(&m)));
+    _double_mat md = typed<_double_mat>(m);
+    check(mutils::matdbl_read_ascii(f, ',', '#', nullptr, &md));
     return single(m);
 }
 
@@ -97,17 +98,17 @@ Data load_stream(FILE* f, const std::string& path) {
     if (c0 == 'P' && c1 >= '1' && c1 <= '6') {
         if (c1 == '3' || c1 == '6') {
             _mat_set s;
-            check(imgset_read_ppm(f, nullptr, &s));
+            check(mutils::imgset_read_ppm(f, nullptr, &s));
             return from_set(s);
         }
         _univ_mat m;
-        check(imguniv_read_pgm(f, nullptr, &m));
+        check(mutils::imguniv_read_pgm(f, nullptr, &m));
         return single(m);
     }
     std::string ext = lower_extension(path);
     if (ext == "txt" || ext == "csv" || ext == "dat") return load_text(f);
     _univ_mat m;
-    check(matuniv_parse(f, nullptr, &m));
+    check(mutils::matuniv_parse(f, nullptr, &m));
     return single(m);
 }
 
@@ -170,7 +171,7 @@ Data load(const std::string& path) {
     if (tiff) {
         f.reset();
         _mat_set s;
-        check(imgset_read_tiff(widen(path).c_str(), nullptr, &s));
+        check(mutils::imgset_read_tiff(widen(path).c_str(), nullptr, &s));
         return from_set(s);
     }
     std::rewind(f.get());
@@ -179,13 +180,13 @@ Data load(const std::string& path) {
 
 _univ_mat make(int32_t rows, int32_t cols, _mutil_data_type type) {
     _univ_mat m;
-    matuniv_malloc(&m, rows, cols, type);
+    mutils::matuniv_malloc(&m, rows, cols, type);
     return m;
 }
 
 _univ_mat to_double(const _univ_mat& m) {
     _univ_mat d = make(m.nrow, m.ncol, MUTIL_DOUBLE);
-    matuniv_cast(&m, 1, nullptr, &d);
+    mutils::matuniv_cast(&m, 1, nullptr, &d);
     return d;
 }
 
@@ -267,18 +268,18 @@ void write_stream(FILE* f, Format format, const Data& data, const SaveOptions& o
     unsigned char text = o.plain ? 1 : 0;
     switch (format) {
         case Format::pgm:
-            check(imguniv_write_pgm(f, &image_planes(data)[0], text, nullptr));
+            check(mutils::imguniv_write_pgm(f, &image_planes(data)[0], text, nullptr));
             break;
         case Format::pbm:
             if (data.grey().type == MUTIL_DCOMPLEX) throw Failure("complex data cannot be written as an image");
-            check(imguniv_write_pbm(f, &data.grey(), o.pbm_threshold, text, nullptr));
+            check(mutils::imguniv_write_pbm(f, &data.grey(), o.pbm_threshold, text, nullptr));
             break;
         case Format::ppm: {
             std::vector<_univ_mat> planes = image_planes(data);
             if (planes.size() == 1) planes = {planes[0], planes[0], planes[0]};
             if (planes.size() != 3) throw Failure("a PPM image needs one or three planes");
             _mat_set s = to_set(planes);
-            check(imgset_write_ppm(f, &s, text, nullptr));
+            check(mutils::imgset_write_ppm(f, &s, text, nullptr));
             break;
         }
         case Format::printed:
@@ -286,13 +287,14 @@ void write_stream(FILE* f, Format format, const Data& data, const SaveOptions& o
                 if (p.type == MUTIL_DCOMPLEX) {
                     throw Failure("complex matrices have no printed form; take the real part with convert --real");
                 }
-                check(matuniv_print(f, &p, nullptr, 0, nullptr));
+                check(mutils::matuniv_print(f, &p, nullptr, 0, nullptr));
             }
             break;
         case Format::text:
             for (const auto& p : data.planes) {
                 _univ_mat d = p.type == MUTIL_DOUBLE ? p : to_double(p);
-                check(matdbl_write_ascii(f, reinterpret_cast<const _double_mat*>(&d), " ", 0, nullptr));
+                const _double_mat dd = typed<_double_mat>(d);
+                check(mutils::matdbl_write_ascii(f, &dd, " ", 0, nullptr));
             }
             break;
         case Format::tiff: break;
@@ -315,10 +317,10 @@ void save(const std::string& path, const Data& data, const SaveOptions& o) {
             close(fd);
             std::vector<_univ_mat> planes = image_planes(data);
             if (planes.size() == 1) {
-                check(imguniv_write_tiff(widen(tmp).c_str(), &planes[0], nullptr));
+                check(mutils::imguniv_write_tiff(widen(tmp).c_str(), &planes[0], nullptr));
             } else {
                 _mat_set s = to_set(planes);
-                check(imgset_write_tiff(widen(tmp).c_str(), &s, nullptr));
+                check(mutils::imgset_write_tiff(widen(tmp).c_str(), &s, nullptr));
             }
         } else {
             File f(fdopen(fd, "wb"));
