@@ -1,0 +1,43 @@
+// mutils: the library's operations from the shell.
+//
+// Exit status: 0 on success, 1 when an operation fails (one line on stderr naming the
+// subcommand and the library's message), 2 on usage errors.
+#include <cstdio>
+
+#include "cli.h"
+
+int main(int argc, char** argv) {
+    CLI::App app{"mutils: matrix, image and signal operations on files"};
+    app.set_version_flag("--version", std::string("mutils ") + MUTILS_VERSION);
+    app.require_subcommand(1);
+    app.fallthrough();
+    cli::register_matrix_commands(app);
+    cli::register_image_commands(app);
+    cli::register_signal_commands(app);
+    cli::register_demo(app);
+
+    std::string current = "mutils";
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp& e) {
+        return app.exit(e);
+    } catch (const CLI::CallForAllHelp& e) {
+        return app.exit(e);
+    } catch (const CLI::CallForVersion& e) {
+        return app.exit(e);
+    } catch (const CLI::ParseError& e) {
+        app.exit(e);
+        return 2;
+    } catch (const cli::Failure& e) {
+        for (auto* sub : app.get_subcommands()) current = "mutils " + sub->get_name();
+        std::fprintf(stderr, "%s: %s\n", current.c_str(), e.what());
+        return 1;
+    } catch (const Hux::Error& e) {
+        for (auto* sub : app.get_subcommands()) current = "mutils " + sub->get_name();
+        std::fprintf(stderr, "%s: %s\n", current.c_str(), e.what());
+        return 1;
+    } catch (const cli::ExitStatus& e) {
+        return e.status;
+    }
+    return 0;
+}
