@@ -15,7 +15,7 @@
 
 namespace {
 
-struct Run {
+struct CliRun {
     int status;
     std::string out, err;
 };
@@ -47,10 +47,10 @@ protected:
         return stat(path(name).c_str(), &st) == 0;
     }
 
-    Run run(const std::string& args) const {
+    CliRun run(const std::string& args) const {
         std::string cmd = "cd " + m_dir + " && " MUTILS_CLI " " + args + " >out.txt 2>err.txt </dev/null";
         int raw = std::system(cmd.c_str());
-        Run r{WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, read("out.txt"), read("err.txt")};
+        CliRun r{WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, read("out.txt"), read("err.txt")};
         return r;
     }
 
@@ -61,7 +61,7 @@ protected:
 const std::string kSquare = "P2 4 4 255\n0 0 0 0\n0 200 200 0\n0 200 200 0\n0 0 0 0\n";
 
 TEST_F(Cli, VersionHelpAndUsageErrors) {
-    Run v = run("--version");
+    CliRun v = run("--version");
     EXPECT_EQ(v.status, 0);
     EXPECT_NE(v.out.find("mutils"), std::string::npos);
     EXPECT_EQ(run("--help").status, 0);
@@ -73,18 +73,18 @@ TEST_F(Cli, VersionHelpAndUsageErrors) {
 
 TEST_F(Cli, InfoDescribesAnImage) {
     write("sq.pgm", kSquare);
-    Run r = run("info sq.pgm");
+    CliRun r = run("info sq.pgm");
     EXPECT_EQ(r.status, 0) << r.err;
     EXPECT_NE(r.out.find("uint8, 4 rows x 4 columns"), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("range [0, 200]"), std::string::npos) << r.out;
 }
 
 TEST_F(Cli, MissingAndMalformedInputsFailWithOneLine) {
-    Run missing = run("info nothere.pgm");
+    CliRun missing = run("info nothere.pgm");
     EXPECT_EQ(missing.status, 1);
     EXPECT_NE(missing.err.find("mutils info: nothere.pgm: cannot open"), std::string::npos) << missing.err;
     write("bad.pgm", "P5 3");
-    Run bad = run("convert bad.pgm -o out.pgm");
+    CliRun bad = run("convert bad.pgm -o out.pgm");
     EXPECT_EQ(bad.status, 1);
     EXPECT_NE(bad.err.find("mutils convert: bad.pgm:"), std::string::npos) << bad.err;
     EXPECT_EQ(std::count(bad.err.begin(), bad.err.end(), '\n'), 1);
@@ -96,11 +96,11 @@ TEST_F(Cli, ConvertRoundTripsThroughMatrixFilesAndCasts) {
     ASSERT_EQ(run("convert sq.pgm -o sq.mat").status, 0);
     ASSERT_EQ(run("convert sq.mat -o back.pgm").status, 0);
     EXPECT_EQ(read("back.pgm").substr(0, 11), "P5 4 4 200\n");  // maxval is the image's maximum
-    Run r = run("convert sq.pgm -o sq.txt --type double");
+    CliRun r = run("convert sq.pgm -o sq.txt --type double");
     EXPECT_EQ(r.status, 0) << r.err;
     EXPECT_NE(read("sq.txt").find("200"), std::string::npos);
     write("big.txt", "300 1\n2 3\n");
-    Run overflow = run("convert big.txt -o big.pgm --type u8");
+    CliRun overflow = run("convert big.txt -o big.pgm --type u8");
     EXPECT_EQ(overflow.status, 1);
     EXPECT_NE(overflow.err.find("overflow"), std::string::npos) << overflow.err;
     EXPECT_EQ(run("convert big.txt -o big.pgm --type u8 --clip").status, 0);
@@ -108,7 +108,7 @@ TEST_F(Cli, ConvertRoundTripsThroughMatrixFilesAndCasts) {
 
 TEST_F(Cli, LabelCountsComponentsWithTheBackground) {
     write("two.pgm", "P2 5 3 255\n255 0 0 0 255\n255 0 0 0 255\n0 0 0 0 0\n");
-    Run r = run("label two.pgm -o labels.pgm");
+    CliRun r = run("label two.pgm -o labels.pgm");
     EXPECT_EQ(r.status, 0) << r.err;
     EXPECT_NE(r.out.find("3 labels"), std::string::npos) << r.out;
 }
@@ -116,7 +116,7 @@ TEST_F(Cli, LabelCountsComponentsWithTheBackground) {
 TEST_F(Cli, BatchWritesOneOutputPerInput) {
     write("a.pgm", kSquare);
     write("b.pgm", kSquare);
-    Run r = run("morph dilate a.pgm b.pgm -o outdir --element rect --jobs 2");
+    CliRun r = run("morph dilate a.pgm b.pgm -o outdir --element rect --jobs 2");
     EXPECT_EQ(r.status, 0) << r.err;
     EXPECT_TRUE(exists("outdir/a.pgm"));
     EXPECT_TRUE(exists("outdir/b.pgm"));
@@ -124,7 +124,7 @@ TEST_F(Cli, BatchWritesOneOutputPerInput) {
 
 TEST_F(Cli, TransformAndWindowWriteMatrixFiles) {
     write("x.txt", "1\n2\n3\n4\n");
-    Run t = run("transform dft x.txt -o X.mat --part real");
+    CliRun t = run("transform dft x.txt -o X.mat --part real");
     EXPECT_EQ(t.status, 0) << t.err;
     EXPECT_NE(read("X.mat").find("10"), std::string::npos);
     EXPECT_EQ(run("window hanning -n 8 -o w.txt").status, 0);
