@@ -34,13 +34,23 @@ _univ_mat grey_of(const Data& d) {
 /// Binary operations want a binary image of a supported type: anything else is turned into
 /// one (pixels above `level` are foreground 255, others 0, as u8).
 _univ_mat binary_of(const _univ_mat& m, double fg, double level) {
+    // Already two-valued (background 0 and the foreground value) in a type the binary operations
+    // take: used as it is. A 0/1 mask (what the thresholds write) gets the foreground value for
+    // its ones; anything else is cut at `level`.
     bool supported = m.type == MUTIL_UINT8 || m.type == MUTIL_UINT16 || m.type == MUTIL_SINT32 || m.type == MUTIL_DOUBLE;
-    if (supported) return m;
     _univ_mat d = to_double(m);
-    _univ_mat out = make(m.nrow, m.ncol, MUTIL_UINT8);
     const double* p = static_cast<const double*>(d.data);
+    bool two_valued = true, zero_one = true;
+    for (int32_t i = 0; i < d.nelem; ++i) {
+        two_valued = two_valued && (p[i] == 0 || p[i] == fg);
+        zero_one = zero_one && (p[i] == 0 || p[i] == 1);
+    }
+    if (two_valued && supported) return m;
+    if (fg < 1 || fg > 255) throw Failure("the foreground value of a non-binary image must lie in 1 ... 255");
+    _univ_mat out = make(m.nrow, m.ncol, MUTIL_UINT8);
     auto* q = static_cast<unsigned char*>(out.data);
-    for (int32_t i = 0; i < d.nelem; ++i) q[i] = p[i] > level ? static_cast<unsigned char>(fg) : 0;
+    const double cut = zero_one ? 0.5 : level;
+    for (int32_t i = 0; i < d.nelem; ++i) q[i] = p[i] > cut ? static_cast<unsigned char>(fg) : 0;
     return out;
 }
 
