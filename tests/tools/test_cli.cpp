@@ -111,6 +111,13 @@ TEST_F(Cli, LabelCountsComponentsWithTheBackground) {
     CliRun r = run("label two.pgm -o labels.pgm");
     EXPECT_EQ(r.status, 0) << r.err;
     EXPECT_NE(r.out.find("3 labels"), std::string::npos) << r.out;
+    // A greyscale image is cut at the level; a 0/1 mask from the threshold feeds the distance.
+    write("grey.pgm", "P2 5 3 255\n200 10 10 10 180\n190 10 10 10 170\n10 10 10 10 10\n");
+    CliRun g = run("label grey.pgm -o glabels.pgm");
+    EXPECT_NE(g.out.find("3 labels"), std::string::npos) << g.out << g.err;
+    ASSERT_EQ(run("threshold auto grey.pgm -o mask.pgm").status, 0);
+    CliRun d = run("distance mask.pgm --metric cityblock -o d.txt");
+    EXPECT_EQ(d.status, 0) << d.err;
 }
 
 TEST_F(Cli, BatchWritesOneOutputPerInput) {
