@@ -198,7 +198,7 @@ const char* imguniv_transform_distance(const _univ_mat* a, _img_distance_type m,
     return dispatch(a->type, distance_types{}, [&](auto t) {
         using T = typename decltype(t)::type;
         using S = std::conditional_t<std::is_same_v<T, uint32_t>, int32_t, T>;  // equality only: same bits
-        return transform_distance<S>(as<S>(a), m, scalar_value<S>(value), intrp, as<double>(r));
+        return transform_distance<S>(as<S>(a), m, scalar_get<S>(value), intrp, as<double>(r));
     });
 }
 
@@ -207,7 +207,7 @@ const char* imguniv_convex_hull(const _univ_mat* a, _univ_scalar value, void* in
     if (r->type != a->type || value.type != a->type) return msg::illegal_data_type;
     return dispatch(a->type, types<unsigned char, uint16_t, double>{}, [&](auto t) {
         using T = typename decltype(t)::type;
-        return convex_hull<T>(as<T>(a), scalar_value<T>(value), intrp, as<T>(r));
+        return convex_hull<T>(as<T>(a), scalar_get<T>(value), intrp, as<T>(r));
     });
 }
 

@@ -175,7 +175,7 @@ const char* hysteresis(const _univ_mat* image, double low, double high, const _u
     bool same = true;
     MUTILS_TRY(dispatch(result->type, real_types{}, [&](auto t) {
         using T = typename decltype(t)::type;
-        same = scalar_value<T>(fg) == scalar_value<T>(bg);
+        same = scalar_get<T>(fg) == scalar_get<T>(bg);
         return nullptr;
     }));
     if (same) return msg::illegal_data_value;
@@ -207,7 +207,7 @@ const char* hysteresis(const _univ_mat* image, double low, double high, const _u
     MUTILS_TRY(Poll(intrp).add(4.0 * double(image->nelem)));
     return dispatch(result->type, real_types{}, [&](auto t) {
         using T = typename decltype(t)::type;
-        write_binary<T>(rs, keep, row_first, nrow, ncol, scalar_value<T>(fg), scalar_value<T>(bg),
+        write_binary<T>(rs, keep, row_first, nrow, ncol, scalar_get<T>(fg), scalar_get<T>(bg),
                         static_cast<T*>(result->data));
         return nullptr;
     });
@@ -278,7 +278,7 @@ const char* sobel_edges(const _univ_mat* image, double low, double high, const _
     MUTILS_TRY(Poll(intrp).add(3.0 * double(s.nelem)));
     return dispatch(result->type, real_types{}, [&](auto t) {
         using T = typename decltype(t)::type;
-        const T f = scalar_value<T>(fg), b = scalar_value<T>(bg);
+        const T f = scalar_get<T>(fg), b = scalar_get<T>(bg);
         const double* x = static_cast<const double*>(s.data);
         T* out = static_cast<T*>(result->data);
         for (int64_t i = 0; i < s.nelem; ++i) out[i] = (x[i] >= lo && x[i] <= 1e37) || std::isnan(x[i]) ? f : b;

@@ -433,7 +433,7 @@ const char* imguniv_map_discrete_uniform(const _univ_mat* a, int32_t count, void
         MUTILS_TRY(require_same_size(a, r));
         _univ_scalar lo, hi;
         MUTILS_TRY(matuniv_range(a, intrp, &lo, &hi));
-        const mat_t<T> lv = uniform_levels<T>(double(scalar_value<T>(lo)), double(scalar_value<T>(hi)), count);
+        const mat_t<T> lv = uniform_levels<T>(double(scalar_get<T>(lo)), double(scalar_get<T>(hi)), count);
         return map_to_levels<T>(as<T>(a), &lv, intrp, as<T>(r));
     });
 }

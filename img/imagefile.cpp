@@ -277,7 +277,7 @@ double largest(const _univ_mat* mats, int32_t n, void* intrp) {
         _univ_scalar lo, hi;
         if (matuniv_range(&mats[i], intrp, &lo, &hi)) continue;
         dispatch(hi.type, anymap_types{}, [&](auto t) -> const char* {
-            top = std::max(top, double(scalar_value<typename decltype(t)::type>(hi)));
+            top = std::max(top, double(scalar_get<typename decltype(t)::type>(hi)));
             return nullptr;
         });
     }
@@ -325,7 +325,7 @@ const char* imguniv_read_from_bits(FILE* f, _univ_scalar value, unsigned char pa
         MUTILS_TRY(packed ? read_bits_packed(f, offset, n, zero) : read_bits_text(f, separator, comment, n, zero));
         Poll poll(intrp);
         MUTILS_TRY(poll.add(double(n)));
-        const T v = scalar_value<T>(value);
+        const T v = scalar_get<T>(value);
         T* out = static_cast<T*>(r->data);
         for (int64_t i = 0; i < n; ++i) out[i] = zero[i] ? v : T(0);
         return poll.add(2.0 * double(n));

@@ -147,8 +147,8 @@ const char* binary_univ(const _univ_mat* image, const _univ_mat* se, int64_t oro
         return msg::illegal_data_type;
     return dispatch(image->type, morph_types{}, [&](auto t) {
         using T = typename decltype(t)::type;
-        return binary_morph<T, Op>(as<T>(image), as<unsigned char>(se), orow, ocol, scalar_value<T>(fg),
-                                   scalar_value<T>(bg), as<T>(result));
+        return binary_morph<T, Op>(as<T>(image), as<unsigned char>(se), orow, ocol, scalar_get<T>(fg),
+                                   scalar_get<T>(bg), as<T>(result));
     });
 }
 
@@ -363,7 +363,7 @@ template <class F> const char* generator_univ(const _univ_scalar& fg, const _uni
     if (fg.type != result->type || bg.type != result->type) return msg::illegal_data_type;
     return dispatch(result->type, morph_types{}, [&](auto t) {
         using T = typename decltype(t)::type;
-        return f(t, scalar_value<T>(fg), scalar_value<T>(bg), as<T>(result));
+        return f(t, scalar_get<T>(fg), scalar_get<T>(bg), as<T>(result));
     });
 }
 

@@ -1,4 +1,5 @@
 #include "detail_mat.h"
+#include "detail_scalar.h"
 
 namespace mutils {
 namespace detail {
@@ -8,19 +9,6 @@ namespace {
 // the most negative value of a signed type is refused although the type holds it.
 constexpr double kScalarLo[6] = {0.0, -127.0, 0.0, -32767.0, 0.0, -2147483647.0};
 constexpr double kScalarHi[6] = {255.0, 127.0, 65535.0, 32767.0, 4294967295.0, 2147483647.0};
-
-double scalar_as_double(const _univ_scalar& s) {
-    switch (s.type) {
-        case MUTIL_UINT8: return s.val.u8;
-        case MUTIL_SINT8: return s.val.s8;
-        case MUTIL_UINT16: return s.val.u16;
-        case MUTIL_SINT16: return s.val.s16;
-        case MUTIL_UINT32: return s.val.u32;
-        case MUTIL_SINT32: return s.val.s32;
-        case MUTIL_FLOAT: return s.val.flt;
-        default: return s.val.dbl;
-    }
-}
 
 }  // namespace
 
@@ -42,7 +30,7 @@ const char* scalar_to(_univ_scalar s, int32_t target, bool complex_ok, _univ_sca
     out->type = static_cast<_mutil_data_type>(target);
     const bool integer_target = is_integer_tag(target);
     if (integer_target && (s.type == MUTIL_FLOAT || s.type == MUTIL_DOUBLE)) return msg::illegal_data_type;
-    const double v = scalar_as_double(s);
+    const double v = scalar_value(s);
     if (integer_target && !(v >= kScalarLo[target] && v <= kScalarHi[target])) return msg::illegal_data_type;
     out->val = {};
     switch (target) {
