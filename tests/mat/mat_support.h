@@ -28,6 +28,11 @@ template <class T> detail::mat_t<T> random_mat(std::mt19937& rng, int32_t rows, 
     return m;
 }
 
+/// Calls f(T{}) once for each real element type.
+template <class F> void each_real_type(F f) {
+    f(double{}), f(float{}), f((unsigned char)0), f(uint16_t{}), f(uint32_t{}), f(int16_t{}), f(int32_t{});
+}
+
 /// The universal record of a typed one (sharing its data).
 template <class M> _univ_mat univ(M& m) {
     _univ_mat u;

@@ -93,7 +93,7 @@ std::vector<double> naive_hartley(const std::vector<double>& x) {
 TEST_F(TransformTest, FourierMatchesTheDefinitionForManyLengths) {
     // Powers of two, small primes, mixed radices, long primes (general butterfly) and lengths
     // long enough to go through the two-level split (8820 = 90 x 98, with radix-7 passes), plus a few random ones.
-    std::vector<int> lengths = {1, 2, 3, 5, 7, 12, 16, 97, 360, 1024, 2310, 8820};
+    std::vector<int> lengths = {1, 2, 3, 5, 7, 12, 16, 97, 360, 1024, 2310, 4099, 8820};
     std::mt19937 gen(2024);
     for (int i = 0; i < 4; ++i) lengths.push_back(std::uniform_int_distribution<int>(2, 3000)(gen));
     for (int n : lengths) {
@@ -121,14 +121,6 @@ TEST_F(TransformTest, FourierRoundTripsLongAndOddLengths) {
         ASSERT_EQ(message(sigcpx_transform_discrete_fourier(&mid, 1, nullptr, &back)), "");
         EXPECT_LT(max_error(values(back), x), 1e-14 * std::log2(double(n) + 1) * 4) << "n = " << n;
     }
-}
-
-TEST_F(TransformTest, FourierOfALongPrimeLengthIsExact) {
-    const int n = 4099;
-    const auto x = random_complex(n, 3);
-    _dcomplex_mat in = make<_dcomplex>(n, 1, x), out = make<_dcomplex>(n, 1);
-    ASSERT_EQ(message(sigcpx_transform_discrete_fourier(&in, 0, nullptr, &out)), "");
-    EXPECT_LT(max_error(values(out), naive_dft(x, -1)), 1e-10);
 }
 
 TEST_F(TransformTest, FourierTransformsEveryColumnAndLeavesRowsAlone) {
@@ -208,13 +200,6 @@ TEST_F(TransformTest, CosineMatchesTheDefinitionAndInverts) {
     }
 }
 
-TEST_F(TransformTest, CosineOfAConstantIsItsScaledMean) {
-    _double_mat in = make<double>(9, 1, std::vector<double>(9, 2.0)), out = make<double>(9, 1);
-    ASSERT_EQ(message(sigdbl_transform_discrete_cosine_II(&in, nullptr, &out)), "");
-    EXPECT_NEAR(out.data[0], 6.0, 1e-14);
-    for (int k = 1; k < 9; ++k) EXPECT_NEAR(out.data[k], 0.0, 1e-14);
-}
-
 TEST_F(TransformTest, CosineOfARowEqualsThatOfTheColumnAndMatricesGoByColumn) {
     const auto x = random_values(24, 9);
     _double_mat row = make<double>(1, 24, x), col = make<double>(24, 1, x);
@@ -277,10 +262,6 @@ TEST_F(TransformTest, HartleyMatchesTheDefinitionAndIsItsOwnInverse) {
         ASSERT_EQ(message(sigdbl_transform_hartley(&out, nullptr, &back)), "");
         EXPECT_LT(max_error(values(back), x), 1e-14) << n;
     }
-    _double_mat two = make<double>(2, 1, {3, 1}), t2 = make<double>(2, 1);
-    ASSERT_EQ(message(sigdbl_transform_hartley(&two, nullptr, &t2)), "");
-    EXPECT_NEAR(t2.data[0], 4 / std::sqrt(2.0), 1e-15);
-    EXPECT_NEAR(t2.data[1], 2 / std::sqrt(2.0), 1e-15);
 }
 
 TEST_F(TransformTest, LongHartleyRoundTripsThroughTheTiledPermutation) {
