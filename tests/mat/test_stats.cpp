@@ -1,6 +1,7 @@
 // Sums, element-wise extremes, ranges, entropy, counts of equal elements and error measures.
 #include <algorithm>
 #include <cmath>
+#include <tuple>
 
 #include "mat_support.h"
 
@@ -128,27 +129,18 @@ TEST_F(StatsTest, UniversalRangeRobustNarrowsDoubleBoundsExactly) {
 TEST_F(StatsTest, EntropyOfProbabilitiesAndOfCounts) {
     double h = -1;
     auto half = make<double>(1, 2, {0.5, 0.5});
-    EXPECT_EQ(message(matdbl_entropy(&half, nullptr, &h)), "");
-    EXPECT_DOUBLE_EQ(h, 1.0);
-    auto certain = make<double>(1, 2, {1, 0});
-    EXPECT_EQ(message(matdbl_entropy(&certain, nullptr, &h)), "");
-    EXPECT_EQ(h, 0.0);
-    auto bad = make<double>(1, 2, {0.5, 0.6});
-    EXPECT_EQ(message(matdbl_entropy(&bad, nullptr, &h)), "Illegal data value");
-    auto negative = make<float>(1, 3, {-0.5f, 1.0f, 0.5f});
-    EXPECT_EQ(message(matflt_entropy(&negative, nullptr, &h)), "Illegal data value");
-    auto near = make<float>(1, 4, {0.25f, 0.25f, 0.25f, 0.250004f});
-    EXPECT_EQ(message(matflt_entropy(&near, nullptr, &h)), "");
-    EXPECT_NEAR(h, 2.0, 1e-4);
-
-    auto counts = make<int32_t>(1, 3, {1, 1, 2});
-    EXPECT_EQ(message(mats32_entropy(&counts, nullptr, &h)), "");
-    EXPECT_DOUBLE_EQ(h, 1.5);
-    auto u8 = make<unsigned char>(2, 2, {3, 0, 3, 0});
-    EXPECT_EQ(message(matu8_entropy(&u8, nullptr, &h)), "");
-    EXPECT_DOUBLE_EQ(h, 1.0);
-    counts.data[0] = -1;
-    EXPECT_EQ(message(mats32_entropy(&counts, nullptr, &h)), "Illegal data value");
+    // Floating inputs are probabilities (summing to 1 within a tolerance), integers are counts.
+    const std::tuple<_univ_mat, double, double> cases[] = {
+        {make_univ<double>(1, 2, {0.5, 0.5}), 1.0, 1e-15}, {make_univ<double>(1, 2, {1, 0}), 0.0, 0.0},
+        {make_univ<float>(1, 4, {0.25f, 0.25f, 0.25f, 0.250004f}), 2.0, 1e-4},
+        {make_univ<int32_t>(1, 3, {1, 1, 2}), 1.5, 1e-15}, {make_univ<unsigned char>(2, 2, {3, 0, 3, 0}), 1.0, 1e-15}};
+    for (auto [u, want, tol] : cases) {
+        EXPECT_EQ(message(matuniv_entropy(&u, nullptr, &h)), "");
+        EXPECT_NEAR(h, want, tol) << u.type;
+    }
+    for (_univ_mat u : {make_univ<double>(1, 2, {0.5, 0.6}), make_univ<float>(1, 3, {-0.5f, 1.0f, 0.5f}),
+                        make_univ<int32_t>(1, 3, {-1, 1, 2})})
+        EXPECT_EQ(message(matuniv_entropy(&u, nullptr, &h)), "Illegal data value") << u.type;
     auto zeros = make<uint16_t>(1, 3);
     EXPECT_EQ(message(matu16_entropy(&zeros, nullptr, &h)), "");
     EXPECT_TRUE(std::isnan(h));

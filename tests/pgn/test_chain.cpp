@@ -156,13 +156,9 @@ TEST_F(ChainTest, UniversalDispatchAndRefusals) {
     _uint8_mat m8 = make<unsigned char>(3, 4, {5, 5, 0, 0, 5, 5, 5, 0, 0, 0, 5, 0});
     _pgn_chain want{}, ch{};
     ASSERT_EQ(message(pgnu8_boundary_chain_from_region(&m8, 1, 2, nullptr, &want)), "");
-    for (_univ_mat u : {make_univ<uint16_t>(3, 4, {5, 5, 0, 0, 5, 5, 5, 0, 0, 0, 5, 0}),
-                        make_univ<uint32_t>(3, 4, {5, 5, 0, 0, 5, 5, 5, 0, 0, 0, 5, 0}),
-                        make_univ<int32_t>(3, 4, {5, 5, 0, 0, 5, 5, 5, 0, 0, 0, 5, 0}),
-                        make_univ<double>(3, 4, {.5, .5, 0, 0, .5, .5, .5, 0, 0, 0, .5, 0})}) {
-        EXPECT_EQ(message(pgnuniv_boundary_chain_from_region(&u, 1, 2, nullptr, &ch)), "") << u.type;
-        EXPECT_EQ(runs_of(ch), runs_of(want)) << u.type;
-    }
+    _univ_mat u = make_univ<double>(3, 4, {.5, .5, 0, 0, .5, .5, .5, 0, 0, 0, .5, 0});  // non-integer values
+    EXPECT_EQ(message(pgnuniv_boundary_chain_from_region(&u, 1, 2, nullptr, &ch)), "");
+    EXPECT_EQ(runs_of(ch), runs_of(want));
     for (_univ_mat u : {make_univ<int16_t>(2, 2), make_univ<float>(2, 2), make_univ<_dcomplex>(2, 2)})
         EXPECT_EQ(message(pgnuniv_boundary_chain_from_region(&u, 0, 0, nullptr, &ch)), "Illegal data type");
     EXPECT_EQ(message(pgnuniv_boundary_chain_from_region(nullptr, 0, 0, nullptr, &ch)), "null pointer");
