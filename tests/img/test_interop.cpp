@@ -121,7 +121,7 @@ TEST_F(InteropTest, NetpbmReadsOurPixmaps) {
 }
 
 TEST_F(InteropTest, LibtiffToolsReadOurTiffs) {
-    REQUIRE_TOOLS("tiffdump", "tifftopnm");
+    REQUIRE_TOOLS("tiffdump");
     const std::string path = scratch("grey.tif");
     auto img = random_univ<uint16_t>(6, 9, 65535, 3);
     ASSERT_EQ(message(imguniv_write_tiff(wide(path).c_str(), &img, nullptr)), "");
@@ -131,14 +131,6 @@ TEST_F(InteropTest, LibtiffToolsReadOurTiffs) {
                             "Photometric (262) SHORT (3) 1<1>", "SamplesPerPixel (277) SHORT (3) 1<1>",
                             "PlanarConfig (284) SHORT (3) 1<1>"})
         EXPECT_NE(dump.find(tag), std::string::npos) << tag << "\n" << dump;
-    // Through netpbm and back into our greymap reader (tifftopnm keeps 8 bits exactly).
-    auto img8 = random_univ<unsigned char>(6, 9, 255, 4);
-    ASSERT_EQ(message(imguniv_write_tiff(wide(path).c_str(), &img8, nullptr)), "");
-    const std::string pgm = scratch("grey.pgm");
-    put_file(pgm, run("tifftopnm " + path));
-    const _univ_mat back = read_pgm_file(pgm);
-    ASSERT_EQ(back.type, MUTIL_UINT8);
-    EXPECT_EQ(values_of<unsigned char>(back), values_of<unsigned char>(img8));
 }
 
 // ---- files the tools make, read by us -----------------------------------------------------------
@@ -155,13 +147,8 @@ TEST_F(InteropTest, WeReadNetpbmGreymapsRawAndPlain) {
         EXPECT_EQ(a.nrow, numbers[1]) << args;
         EXPECT_EQ(a.type, numbers[2] <= 255 ? MUTIL_UINT8 : MUTIL_UINT16) << args;
         const std::vector<double> samples(numbers.begin() + 3, numbers.end());
-        if (a.type == MUTIL_UINT8) {
-            EXPECT_EQ(as_doubles<unsigned char>(a), samples) << args;
-            EXPECT_EQ(as_doubles<unsigned char>(b), samples) << args;
-        } else {
-            EXPECT_EQ(as_doubles<uint16_t>(a), samples) << args;
-            EXPECT_EQ(as_doubles<uint16_t>(b), samples) << args;
-        }
+        for (const _univ_mat* m : {&a, &b})
+            EXPECT_EQ(m->type == MUTIL_UINT8 ? as_doubles<unsigned char>(*m) : as_doubles<uint16_t>(*m), samples) << args;
     }
 }
 
