@@ -107,7 +107,7 @@ TEST_F(BitStreamTest, RefusalsComeBeforeAnyReadingOrWriting) {
 }
 
 TEST_F(BitStreamTest, NetpbmReadsOurBitmaps) {
-    if (!have_tool("pnmtopnm") || !have_tool("pamfile")) GTEST_SKIP() << "netpbm absent";
+    if (!have_tools({"pnmtopnm", "pamfile"})) GTEST_SKIP() << "netpbm absent";
     std::mt19937 gen(2);
     const std::string path = scratch("bits.pbm");
     // Plain bitmaps of any width; packed ones whose width is a multiple of 8 have the usual raw layout.

@@ -11,18 +11,10 @@
 namespace mutils::test {
 namespace {
 
-class InteropTest : public ArenaTest {
-protected:
-    // True when every named tool is on the path.
-    bool need(std::initializer_list<const char*> tools) {
-        for (const char* t : tools)
-            if (!have_tool(t)) return false;
-        return true;
-    }
-};
+using InteropTest = ArenaTest;
 
 #define REQUIRE_TOOLS(...) \
-    if (!need({__VA_ARGS__})) GTEST_SKIP() << "tool absent"
+    if (!have_tools({__VA_ARGS__})) GTEST_SKIP() << "tool absent"
 
 template <class F> void write_file(const std::string& path, F&& write) {
     FILE* f = std::fopen(path.c_str(), "wb");
@@ -79,15 +71,15 @@ TEST_F(InteropTest, NetpbmReadsOurGreymaps) {
     REQUIRE_TOOLS("pamfile", "pamtopnm", "pnmtoplainpnm");
     const std::string raw = scratch("raw.pgm"), text = scratch("text.pgm"), wide16 = scratch("wide.pgm");
     auto img = random_univ<unsigned char>(7, 19, 200, 1);
-    write_file(raw, [&](FILE* f) { return mutils::imguniv_write_pgm(f, &img, 0, nullptr); });
-    write_file(text, [&](FILE* f) { return mutils::imguniv_write_pgm(f, &img, 1, nullptr); });
     const auto bytes = values_of<unsigned char>(img);
-    const int top = *std::max_element(bytes.begin(), bytes.end());
-    EXPECT_NE(run("pamfile " + raw).find("PGM raw, 19 by 7  maxval " + std::to_string(top)), std::string::npos);
-    EXPECT_NE(run("pamfile " + text).find("PGM plain, 19 by 7  maxval " + std::to_string(top)), std::string::npos);
-    const std::string head = "P5\n19 7\n" + std::to_string(top) + "\n";
-    EXPECT_EQ(run("pamtopnm " + raw), head + std::string(bytes.begin(), bytes.end()));
-    EXPECT_EQ(run("pamtopnm " + text), head + std::string(bytes.begin(), bytes.end()));
+    const std::string top = std::to_string(*std::max_element(bytes.begin(), bytes.end()));
+    for (unsigned char plain : {0, 1}) {
+        const std::string& path = plain ? text : raw;
+        write_file(path, [&](FILE* f) { return mutils::imguniv_write_pgm(f, &img, plain, nullptr); });
+        EXPECT_NE(run("pamfile " + path).find(std::string(plain ? "PGM plain" : "PGM raw") + ", 19 by 7  maxval " + top),
+                  std::string::npos);
+        EXPECT_EQ(run("pamtopnm " + path), "P5\n19 7\n" + top + "\n" + std::string(bytes.begin(), bytes.end()));
+    }
 
     // 16-bit images are written as text; netpbm gives them back raw and big-endian.
     auto w = random_univ<uint16_t>(3, 4, 65535, 2);

@@ -44,7 +44,7 @@ TEST_F(TiffTest, UnsignedImagesRoundTrip) {
 }
 
 TEST_F(TiffTest, WrittenGreyAndRgbFilesAreReadByLibtiffAndNetpbmTools) {
-    if (!have_tool("tiffinfo") || !have_tool("tifftopnm")) GTEST_SKIP() << "libtiff or netpbm tools absent";
+    if (!have_tools({"tiffinfo", "tifftopnm"})) GTEST_SKIP() << "libtiff or netpbm tools absent";
     const std::string grey = scratch("grey.tif"), rgb = scratch("rgb.tif");
     auto a8 = random_image<unsigned char>(3, 5, 5, 255);
     ASSERT_EQ(message(imguniv_write_tiff(wide(grey).c_str(), &a8, nullptr)), "");
@@ -104,8 +104,7 @@ TEST_F(TiffTest, WritersRefuseOtherTypesAndMismatchedSets) {
 class ToolFileTest : public TiffTest {
 protected:
     void SetUp() override {
-        if (!have_tool("pnmtotiff") || !have_tool("tiffcp") || !have_tool("tiffinfo"))
-            GTEST_SKIP() << "netpbm or libtiff tools absent";
+        if (!have_tools({"pnmtotiff", "tiffcp", "tiffinfo"})) GTEST_SKIP() << "netpbm or libtiff tools absent";
     }
 };
 
