@@ -172,7 +172,6 @@ TEST_F(ThresholdTest, LargeImagesGiveTheSameSplitInEightAndSixteenBits) {
         EXPECT_EQ(t8, t16);
         EXPECT_GT(t8, 80.0);
         EXPECT_LT(t8, 170.0);
-        for (int i = 0; i < r8.nelem; ++i) ASSERT_EQ(r8.data[i], r16.data[i]) << i;
     }
 }
 
