@@ -121,7 +121,8 @@ TEST_F(BitStreamTest, NetpbmReadsOurBitmaps) {
         }
         put_file(path, written([&](FILE* f) { return mutils::imguniv_write_pbm(f, &img, 100, text, nullptr); }));
         const std::string size = std::to_string(w) + " by " + std::to_string(h);
-        EXPECT_NE(run("pamfile " + path).find(std::string(text ? "PBM plain, " : "PBM raw, ") + size), std::string::npos);
+        EXPECT_NE(run("pamfile " + path).find(std::string(text ? "PBM plain, " : "PBM raw, ") + size),
+                  std::string::npos);
         EXPECT_EQ(run("pnmtopnm -plain " + path), "P1\n" + std::to_string(w) + " " + std::to_string(h) + "\n" + rows);
     }
 }

@@ -76,8 +76,8 @@ TEST_F(InteropTest, NetpbmReadsOurGreymaps) {
     for (unsigned char plain : {0, 1}) {
         const std::string& path = plain ? text : raw;
         write_file(path, [&](FILE* f) { return mutils::imguniv_write_pgm(f, &img, plain, nullptr); });
-        EXPECT_NE(run("pamfile " + path).find(std::string(plain ? "PGM plain" : "PGM raw") + ", 19 by 7  maxval " + top),
-                  std::string::npos);
+        const std::string kind = plain ? "PGM plain" : "PGM raw";
+        EXPECT_NE(run("pamfile " + path).find(kind + ", 19 by 7  maxval " + top), std::string::npos);
         EXPECT_EQ(run("pamtopnm " + path), "P5\n19 7\n" + top + "\n" + std::string(bytes.begin(), bytes.end()));
     }
 
@@ -140,7 +140,8 @@ TEST_F(InteropTest, WeReadNetpbmGreymapsRawAndPlain) {
         EXPECT_EQ(a.type, numbers[2] <= 255 ? MUTIL_UINT8 : MUTIL_UINT16) << args;
         const std::vector<double> samples(numbers.begin() + 3, numbers.end());
         for (const _univ_mat* m : {&a, &b})
-            EXPECT_EQ(m->type == MUTIL_UINT8 ? as_doubles<unsigned char>(*m) : as_doubles<uint16_t>(*m), samples) << args;
+            EXPECT_EQ(m->type == MUTIL_UINT8 ? as_doubles<unsigned char>(*m) : as_doubles<uint16_t>(*m), samples)
+                << args;
     }
 }
 

@@ -116,7 +116,8 @@ template <class T> void check_binary_against_reference(std::mt19937& g) {
         for (bool close : {false, true}) {  // opening erodes first, closing dilates first
             std::vector<T> first = ref_binary(a, se, 0, 0, fg, bg, close);
             std::copy(first.begin(), first.end(), mid.data);
-            EXPECT_EQ(message((close ? imguniv_binary_close : imguniv_binary_open)(&ua, &us, f, b, nullptr, &ur)), "");
+            auto op = close ? imguniv_binary_close : imguniv_binary_open;
+            EXPECT_EQ(message(op(&ua, &us, f, b, nullptr, &ur)), "");
             ASSERT_TRUE(same_values(values(r), ref_binary(mid, se, 0, 0, fg, bg, !close))) << trial;
         }
     }
@@ -193,7 +194,8 @@ template <class T> void check_grey_against_reference(std::mt19937& g) {
         for (bool close : {false, true}) {
             std::vector<T> first = ref_grey<T>(a, se, 0, 0, border, close);
             std::copy(first.begin(), first.end(), mid.data);
-            EXPECT_EQ(message((close ? imguniv_grayscale_close : imguniv_grayscale_open)(&ua, &us, b, nullptr, &ur)), "");
+            auto op = close ? imguniv_grayscale_close : imguniv_grayscale_open;
+            EXPECT_EQ(message(op(&ua, &us, b, nullptr, &ur)), "");
             ASSERT_TRUE(same_values(values(r), ref_grey<T>(mid, se, 0, 0, border, !close))) << trial;
         }
     }
@@ -299,16 +301,17 @@ const std::vector<int> kThinT1 = {19,  22,  23,  25,  26,  27,  31,  50,  52,  5
 TEST_F(MorphologyTest, ThinningFollowsTheTablesAndKeepsASubset) {
     std::mt19937 g(3);
     // T2 of thinning, reconstructed from the documented list for the reference.
-    const std::vector<int> t2 = {17,  19,  22,  23,  25,  27,  29,  31,  48,  52,  53,  58,  59,  62,  63,  80,  83,  85,  86,  87,
-                  88,  89,  90,  91,  92,  93,  94,  95,  113, 114, 115, 116, 117, 118, 119, 121, 122, 123, 125, 127,
-                  144, 149, 151, 153, 154, 155, 156, 157, 158, 159, 177, 178, 179, 181, 182, 183, 184, 185, 187, 188,
-                  189, 191, 208, 209, 212, 213, 215, 216, 217, 218, 219, 220, 221, 222, 223, 240, 241, 242, 243, 244,
-                  245, 247, 248, 249, 250, 251, 252, 253, 254, 255, 275, 277, 278, 279, 281, 282, 283, 284, 285, 286,
-                  287, 304, 305, 307, 308, 309, 311, 314, 315, 316, 317, 318, 319, 337, 338, 339, 340, 341, 342, 343,
-                  344, 345, 346, 347, 348, 349, 350, 351, 368, 369, 370, 371, 372, 373, 374, 375, 377, 378, 379, 380,
-                  381, 382, 383, 400, 401, 404, 405, 407, 408, 409, 410, 411, 412, 413, 414, 415, 433, 434, 437, 439,
-                  440, 443, 444, 445, 446, 447, 464, 465, 466, 467, 468, 469, 470, 471, 472, 473, 474, 475, 476, 477,
-                  478, 479, 497, 498, 499, 500, 501, 502, 503, 504, 505, 506, 507, 508, 509, 510, 511};
+    const std::vector<int> t2 = {
+        17,  19,  22,  23,  25,  27,  29,  31,  48,  52,  53,  58,  59,  62,  63,  80,  83,  85,  86,  87,
+        88,  89,  90,  91,  92,  93,  94,  95,  113, 114, 115, 116, 117, 118, 119, 121, 122, 123, 125, 127,
+        144, 149, 151, 153, 154, 155, 156, 157, 158, 159, 177, 178, 179, 181, 182, 183, 184, 185, 187, 188,
+        189, 191, 208, 209, 212, 213, 215, 216, 217, 218, 219, 220, 221, 222, 223, 240, 241, 242, 243, 244,
+        245, 247, 248, 249, 250, 251, 252, 253, 254, 255, 275, 277, 278, 279, 281, 282, 283, 284, 285, 286,
+        287, 304, 305, 307, 308, 309, 311, 314, 315, 316, 317, 318, 319, 337, 338, 339, 340, 341, 342, 343,
+        344, 345, 346, 347, 348, 349, 350, 351, 368, 369, 370, 371, 372, 373, 374, 375, 377, 378, 379, 380,
+        381, 382, 383, 400, 401, 404, 405, 407, 408, 409, 410, 411, 412, 413, 414, 415, 433, 434, 437, 439,
+        440, 443, 444, 445, 446, 447, 464, 465, 466, 467, 468, 469, 470, 471, 472, 473, 474, 475, 476, 477,
+        478, 479, 497, 498, 499, 500, 501, 502, 503, 504, 505, 506, 507, 508, 509, 510, 511};
     for (int trial = 0; trial < 20; ++trial) {
         int rows = 3 + g() % 12, cols = 3 + g() % 12;
         _univ_mat a = make_univ<int16_t>(rows, cols), r = make_univ<int16_t>(rows, cols);
