@@ -47,7 +47,7 @@ uint32_t flood(const std::vector<int>& mask, int planes, int rows, int cols, boo
     return kept + 1;
 }
 
-template <class T> void check_against_flood(std::mt19937& g, _mutil_data_type tag) {
+template <class T> void check_against_flood(std::mt19937& g) {
     for (int trial = 0; trial < 40; ++trial) {
         Hux::ArenaScope scope;
         int rows = 1 + g() % 12, cols = 1 + g() % 150;
@@ -59,10 +59,9 @@ template <class T> void check_against_flood(std::mt19937& g, _mutil_data_type ta
             mask[k] = int(g() % 5) < density;
             p[k] = mask[k] ? T(6) : T(g() % 5);
         }
-        img.type = tag;
         _univ_scalar v{};
-        v.type = tag;
-        T six = T(6);
+        v.type = img.type;
+        const T six = T(6);
         std::memcpy(&v.val, &six, sizeof(T));
         for (int conn : {0, 1, 8}) {
             uint32_t min_size = trial % 3 == 0 ? 3 : trial % 3;
@@ -80,10 +79,10 @@ template <class T> void check_against_flood(std::mt19937& g, _mutil_data_type ta
 
 TEST_F(ComponentsTest, LabelsMatchFloodFillInBothConnectivities) {
     std::mt19937 g(7);
-    check_against_flood<unsigned char>(g, MUTIL_UINT8);
-    check_against_flood<int16_t>(g, MUTIL_SINT16);
-    check_against_flood<int32_t>(g, MUTIL_SINT32);
-    check_against_flood<double>(g, MUTIL_DOUBLE);
+    check_against_flood<unsigned char>(g);
+    check_against_flood<int16_t>(g);
+    check_against_flood<int32_t>(g);
+    check_against_flood<double>(g);
 }
 
 TEST_F(ComponentsTest, ShapesThatMergeLateOrOnlyDiagonally) {
