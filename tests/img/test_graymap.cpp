@@ -51,7 +51,7 @@ Split split(const std::vector<unsigned char>& x, int32_t bins, _img_thresh_type 
     return s;
 }
 
-TEST_F(ThresholdTest, MinimumErrorSpecialCasesForTwoAndThreeLevels) {
+TEST_F(ThresholdTest, MinimumErrorCasesForTwoAndThreeLevelsAndTheDefaultBinCount) {
     auto two = split({5, 9, 9, 5}, 4, IMG_THRESH_MINIMUM_ERROR);  // bins 0 and 3: the first
     EXPECT_DOUBLE_EQ(two.threshold, 6);
     EXPECT_EQ(two.pixels, (std::vector<unsigned char>{0, 1, 1, 0}));
@@ -61,9 +61,7 @@ TEST_F(ThresholdTest, MinimumErrorSpecialCasesForTwoAndThreeLevels) {
     auto far = split({0, 8, 10}, 10, IMG_THRESH_MINIMUM_ERROR);
     EXPECT_DOUBLE_EQ(far.threshold, 1);
     EXPECT_EQ(far.pixels, (std::vector<unsigned char>{0, 1, 1}));
-}
-
-TEST_F(ThresholdTest, ZeroBinsMeansAHundred) {
+    // Zero (or fewer) bins means a hundred.
     const std::vector<unsigned char> x{0, 0, 200, 200, 0};
     EXPECT_DOUBLE_EQ(split(x, 0, IMG_THRESH_BETWEEN_CLASS).threshold, 2);  // upper edge of bin 0 of 100
     EXPECT_DOUBLE_EQ(split(x, -5, IMG_THRESH_BETWEEN_CLASS).threshold, 2);
