@@ -145,6 +145,16 @@ TEST_F(Cli, StandardInputAndOutput) {
     EXPECT_NE(read("piped.mat").find("uint8"), std::string::npos);
 }
 
+TEST_F(Cli, DemoWritesItsPagePicturesAndTable) {
+    CliRun r = run("demo -o show");
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.out.find("Connected components"), std::string::npos) << r.out;
+    const std::string page = read("show/index.html");
+    EXPECT_NE(page.find("<img src=\"canny.bmp\">"), std::string::npos);
+    EXPECT_EQ(read("show/canny.bmp").substr(0, 2), "BM");
+    EXPECT_EQ(read("show/canny.pgm").substr(0, 2), "P5");
+}
+
 TEST_F(Cli, WrittenImagesAreReadByNetpbm) {
     if (std::system("command -v pamfile >/dev/null 2>&1") != 0) GTEST_SKIP() << "netpbm not installed";
     write("sq.pgm", kSquare);
