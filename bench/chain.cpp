@@ -4,6 +4,8 @@
 // finder on the same image is timed too; it scans the whole image, so it is a reference for
 // the cost of a full-image alternative rather than a like-for-like peer.
 #include <benchmark/benchmark.h>
+
+#include "peer_ratio.h"
 #include <mutils.h>
 
 #include <chrono>
@@ -66,16 +68,6 @@ void BM_OpenCVFindContours(benchmark::State& state) {
 BENCHMARK(BM_OpenCVFindContours)->Arg(2000)->Unit(benchmark::kMicrosecond);
 #endif
 
-template <class F> double best_seconds(F f, int runs) {
-    double best = 1e30;
-    for (int i = 0; i < runs; ++i) {
-        auto t0 = std::chrono::steady_clock::now();
-        f();
-        best = std::min(best, std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count());
-    }
-    return best;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -84,7 +76,7 @@ int main(int argc, char** argv) {
     for (int32_t r : {250, 2000}) {
         std::vector<unsigned char>& img = disk(r);
         int64_t moves = 0;
-        const double s = best_seconds([&] { moves = trace(img); }, 20);
+        const double s = peer_ratio::best_seconds([&] { moves = trace(img); }, 20);
         std::printf("radius %d: %lld moves, %.2f ns per move\n", r, static_cast<long long>(moves), s / double(moves) * 1e9);
     }
     benchmark::Shutdown();

@@ -2,6 +2,8 @@
 // nanoseconds per pixel-iteration, against a plain implementation in this binary that does the
 // same arithmetic in separate passes (averages, update, change), as the method is usually written.
 #include <benchmark/benchmark.h>
+
+#include "peer_ratio.h"
 #include <mutils.h>
 
 #include <algorithm>
@@ -108,22 +110,12 @@ void BM_PlainHornSchunck(benchmark::State& state) {
 BENCHMARK(BM_HornSchunck)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_PlainHornSchunck)->Unit(benchmark::kMillisecond);
 
-template <class F> double best_seconds(F f, int runs) {
-    double best = 1e30;
-    for (int i = 0; i < runs; ++i) {
-        auto t0 = std::chrono::steady_clock::now();
-        f();
-        best = std::min(best, std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count());
-    }
-    return best;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
-    const double lib = best_seconds(run_library, 5), plain = best_seconds([] { run_plain(); }, 5);
+    const double lib = peer_ratio::best_seconds(run_library, 5), plain = peer_ratio::best_seconds([] { run_plain(); }, 5);
     const double work = double(kSize) * kSize * kIterations;
     std::printf("Horn-Schunck %.3f ns, plain %.3f ns per pixel-iteration; ratio library / plain = %.2f\n",
                 lib / work * 1e9, plain / work * 1e9, lib / plain);

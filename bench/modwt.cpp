@@ -2,6 +2,8 @@
 // circular-filter loop doing the same work (same sums, same result layout) in this binary.
 // Reported as nanoseconds per sample-level-tap; the final line is the ratio of the two.
 #include <benchmark/benchmark.h>
+
+#include "peer_ratio.h"
 #include <mutils.h>
 
 #include <algorithm>
@@ -94,22 +96,12 @@ void BM_PlainCircularLoop(benchmark::State& state) {
 BENCHMARK(BM_Modwt)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_PlainCircularLoop)->Unit(benchmark::kMillisecond);
 
-template <class F> double best_seconds(F f, int runs) {
-    double best = 1e30;
-    for (int i = 0; i < runs; ++i) {
-        auto t0 = std::chrono::steady_clock::now();
-        f();
-        best = std::min(best, std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count());
-    }
-    return best;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
-    const double lib = best_seconds(run_library, 7), plain = best_seconds(run_plain, 7);
+    const double lib = peer_ratio::best_seconds(run_library, 7), plain = peer_ratio::best_seconds(run_plain, 7);
     const double work = double(kN) * kJ * kL;
     std::printf("MODWT %.3f ns, plain loop %.3f ns per sample-level-tap; ratio library / plain = %.2f\n",
                 lib / work * 1e9, plain / work * 1e9, lib / plain);
