@@ -219,35 +219,34 @@ const char* check_sizes(const Anymap& h, int64_t samples) {
     return h.width * samples * h.height > INT32_MAX ? msg::out_of_memory : nullptr;
 }
 
-// Reads a body of rows x cols elements of `type` with read(view), each view covering some of its
-// rows. When the stream's remaining length is known, a body that needs more than it holds
-// (`min_bytes`) is refused before anything is allocated and the body is read at once; from a
-// pipe it is read in blocks of rows (a multiple of `row_step`) into storage that grows with what
-// actually arrives, so a forged size costs no more memory than the data sent.
+// Reads a body of rows x cols elements of `type` with read(view), each view covering a run of
+// its elements in storage order. When the stream's remaining length is known, a body that needs
+// more than it holds (`min_bytes`) is refused before anything is allocated and the body is read
+// at once; from a pipe it is read in runs of about a megabyte (a multiple of `step` elements, so
+// packed bits stay byte-aligned) into storage that grows with what actually arrives, so a forged
+// size -- even a single forged row -- costs no more memory than the data sent.
 template <class Read>
-const char* read_body(FILE* f, int32_t rows, int32_t cols, _mutil_data_type type, int64_t min_bytes, int64_t row_step,
+const char* read_body(FILE* f, int32_t rows, int32_t cols, _mutil_data_type type, int64_t min_bytes, int64_t step,
                       Read&& read, _univ_mat* out) {
-    const int64_t size = int64_t(elem_size(type)), row_bytes = cols * size, left = bytes_left(f);
+    const int64_t size = int64_t(elem_size(type)), n = int64_t(rows) * cols, left = bytes_left(f);
     if (left >= 0 && left < min_bytes) return msg::io_error;
-    int64_t block = rows;
-    if (left < 0) {
-        block = std::max<int64_t>(1, (int64_t(1) << 20) / cols);
-        block = std::min<int64_t>(rows, (block + row_step - 1) / row_step * row_step);
-    }
+    int64_t block = n;
+    if (left < 0) block = std::min(n, std::max(step, (int64_t(1) << 20) / size / step * step));
     int64_t capacity = block;
-    unsigned char* data = work_array<unsigned char>(capacity * row_bytes);
-    for (int64_t r = 0; r < rows; r += block) {
-        const int64_t k = std::min<int64_t>(block, rows - r);
-        if (r + k > capacity) {
-            capacity = std::min<int64_t>(rows, std::max(2 * capacity, r + k));
-            unsigned char* grown = work_array<unsigned char>(capacity * row_bytes);
-            std::memcpy(grown, data, std::size_t(r * row_bytes));
+    unsigned char* data = work_array<unsigned char>(capacity * size);
+    for (int64_t e = 0; e < n; e += block) {
+        const int64_t k = std::min(block, n - e);
+        if (e + k > capacity) {
+            capacity = std::min(n, std::max(2 * capacity, e + k));
+            unsigned char* grown = work_array<unsigned char>(capacity * size);
+            std::memcpy(grown, data, std::size_t(e * size));
             data = grown;
         }
-        _univ_mat view{int32_t(k), cols, int32_t(k * cols), data + r * row_bytes, type};
+        _univ_mat view = block == n ? _univ_mat{rows, cols, int32_t(n), data, type}
+                                    : _univ_mat{1, int32_t(k), int32_t(k), data + e * size, type};
         MUTILS_TRY(read(&view));
     }
-    *out = _univ_mat{rows, cols, int32_t(int64_t(rows) * cols), data, type};
+    *out = _univ_mat{rows, cols, int32_t(n), data, type};
     return nullptr;
 }
 

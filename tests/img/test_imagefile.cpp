@@ -322,7 +322,9 @@ TEST_F(AnymapTest, ForgedSizesOnAPipeCostOnlyWhatArrives) {
     // From a pipe the remaining length is unknown: a header promising 1.6 GB followed by a few
     // bytes fails as a short body without reserving the promised size.
     for (const char* cmd : {"printf 'P5 40000 40000 255\\n\\001\\002'", "printf 'P2 40000 40000 255\\n1 2 3'",
-                            "printf 'P4 40000 40000\\n\\001'"}) {
+                            "printf 'P4 40000 40000\\n\\001'",
+                            // a single forged row of two billion samples
+                            "printf 'P2 2088888881 1 515563\\n2 8'", "printf 'P5 2000000000 1 65535\\n\\001'"}) {
         FILE* p = popen(cmd, "r");
         ASSERT_NE(p, nullptr);
         _univ_mat r{};
