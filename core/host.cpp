@@ -54,11 +54,82 @@ thread_local ImcAllocator* ImcAllocator::m_current = &default_arena();
 
 ImcAllocator::~ImcAllocator() { reset(); }
 
+namespace {
+
+// Chunks released by an arena are kept by their thread, up to kCacheBudget bytes, and handed
+// to the next arena of that thread that needs one of about their size: a caller that runs
+// call after call in fresh ArenaScopes reuses pages that are already mapped instead of paying
+// the system for new ones each time. The cache is plain data so that arenas destroyed late in
+// a thread's exit can still use it; its keeper empties it and marks it closed.
+constexpr std::size_t kCacheBudget = std::size_t(64) << 20;
+
+struct ChunkCache {
+    ImcAllocator::Chunk* head;
+    std::size_t bytes;
+    bool closed;
+};
+thread_local ChunkCache t_cache{nullptr, 0, false};
+
+void release_chunk(ImcAllocator::Chunk* c) {
+    MUTILS_UNPOISON(c->base(), c->size);
+    std::free(c);
+}
+
+struct ChunkCacheKeeper {
+    ~ChunkCacheKeeper() {
+        t_cache.closed = true;
+        while (ImcAllocator::Chunk* c = t_cache.head) {
+            t_cache.head = c->next;
+            release_chunk(c);
+        }
+        t_cache.bytes = 0;
+    }
+};
+
+void cache_chunk(ImcAllocator::Chunk* c) {
+    static thread_local ChunkCacheKeeper keeper;
+    (void)keeper;
+    if (t_cache.closed || c->size > kCacheBudget) return release_chunk(c);
+    // Newest first; the oldest are dropped while the budget is exceeded.
+    c->next = t_cache.head;
+    t_cache.head = c;
+    t_cache.bytes += c->size;
+    MUTILS_POISON(c->base(), c->size);
+    ImcAllocator::Chunk** link = &t_cache.head;
+    std::size_t kept = 0;
+    while (*link) {
+        kept += (*link)->size;
+        if (kept > kCacheBudget) {
+            ImcAllocator::Chunk* drop = *link;
+            *link = drop->next;
+            t_cache.bytes -= drop->size;
+            kept -= drop->size;
+            release_chunk(drop);
+        } else {
+            link = &(*link)->next;
+        }
+    }
+}
+
+// A cached chunk of at least `size` usable bytes and at most twice that, or null.
+ImcAllocator::Chunk* reuse_chunk(std::size_t size) {
+    for (ImcAllocator::Chunk** link = &t_cache.head; *link; link = &(*link)->next) {
+        ImcAllocator::Chunk* c = *link;
+        if (c->size >= size && c->size / 2 <= size) {
+            *link = c->next;
+            t_cache.bytes -= c->size;
+            return c;
+        }
+    }
+    return nullptr;
+}
+
+}  // namespace
+
 void ImcAllocator::reset() {
     while (m_head) {
         Chunk* next = m_head->next;
-        MUTILS_UNPOISON(m_head->base(), m_head->size);
-        std::free(m_head);
+        cache_chunk(m_head);
         m_head = next;
     }
     m_reserved = 0;
@@ -75,13 +146,18 @@ void* ImcAllocator::allocate_array(std::size_t bytes) {
         if (size < kMinChunk) size = kMinChunk;
         if (size > (std::size_t(64) << 20)) size = std::size_t(64) << 20;
         if (size < need) size = need;
-        void* raw = std::aligned_alloc(kAlign, size + kAlign);
-        if (!raw) Throw("out of memory", 0xFFFFFFFFu);
-        Chunk* c = static_cast<Chunk*>(raw);
-        c->size = size;
+        Chunk* c = reuse_chunk(size);
+        if (c) {
+            size = c->size;
+        } else {
+            void* raw = std::aligned_alloc(kAlign, size + kAlign);
+            if (!raw) Throw("out of memory", 0xFFFFFFFFu);
+            c = static_cast<Chunk*>(raw);
+            c->size = size;
+            MUTILS_POISON(c->base(), size);
+        }
         c->used = 0;
-        MUTILS_POISON(c->base(), size);
-        if (m_head && size == need) {
+        if (m_head && size < 2 * need) {
             // A chunk filled by one request goes behind the current head, which keeps its room.
             c->next = m_head->next;
             m_head->next = c;

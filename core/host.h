@@ -40,7 +40,10 @@ private:
 [[noreturn]] MUTILS_API void Throw(const char* message, unsigned code);
 
 /// Arena allocator: blocks are 64-byte aligned, carved from chunks that start at 64 KiB and double
-/// with demand (up to 64 MiB a chunk; a larger request gets a chunk of its own); nothing is released until the arena itself is destroyed or reset.
+/// with demand (up to 64 MiB a chunk; a larger request gets a chunk of its own); nothing is
+/// released until the arena itself is destroyed or reset. Released chunks are kept by the
+/// thread (up to 64 MiB) for its next arenas, so fresh ArenaScopes in a loop reuse mapped pages;
+/// the rest goes back to the system, and the kept chunks when the thread ends.
 /// A request the system cannot satisfy raises "out of memory".
 class MUTILS_API ImcAllocator {
 public:
@@ -59,8 +62,10 @@ public:
     /// The calling thread's current arena; never null.
     static thread_local ImcAllocator* m_current;
 
-private:
+    /// A block of memory that blocks are carved from (defined by the implementation).
     struct Chunk;
+
+private:
     Chunk* m_head = nullptr;
     std::size_t m_reserved = 0;
 };
