@@ -10,8 +10,11 @@ CXX=clang++ CC=clang cmake -S . -B build-fuzz -DMUTILS_FUZZ=ON -DMUTILS_SANITIZE
   -DMUTILS_BUILD_TOOLS=OFF -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_FLAGS_RELWITHDEBINFO="-O1 -g" >/dev/null
 cmake --build build-fuzz -j"$(nproc 2>/dev/null || echo 2)"
 mkdir -p build-fuzz/findings
-status=0
-for bin in build-fuzz/fuzz/fuzz_*; do
+rm -f build-fuzz/findings/*.summary
+# One harness: seeds copied into its working corpus, a bounded run, one summary line (the log's
+# tail when something was found). Harnesses run side by side, one per processor.
+fuzz_one() {
+  local bin=$1 name corpus log runs
   name=$(basename "$bin")
   corpus=build-fuzz/corpus/$name
   mkdir -p "$corpus"
@@ -21,9 +24,19 @@ for bin in build-fuzz/fuzz/fuzz_*; do
      "$bin" -max_total_time="$secs" -timeout=10 -rss_limit_mb=2048 -max_len=65536 \
      -artifact_prefix=build-fuzz/findings/"$name"- "$corpus" >"$log" 2>&1; then
     runs=$(sed -n 's/^Done \([0-9]*\) runs.*/\1/p' "$log" | tail -1)
-    echo "$name: ${runs:-?} executions, no finding"
+    echo "$name: ${runs:-?} executions, no finding" >"$log.summary"
   else
-    echo "$name: FINDING (see $log)"; tail -30 "$log"; status=1
+    { echo "$name: FINDING (see $log)"; tail -30 "$log"; } >"$log.summary"
+    return 1
   fi
+}
+parallel=$(nproc 2>/dev/null || echo 2)
+pids=()
+for bin in build-fuzz/fuzz/fuzz_*; do
+  while [ "$(jobs -rp | wc -l)" -ge "$parallel" ]; do wait -n || true; done
+  fuzz_one "$bin" &
+  pids+=($!)
 done
-exit $status
+wait "${pids[@]}" || true
+cat build-fuzz/findings/*.log.summary
+! grep -q FINDING build-fuzz/findings/*.log.summary
