@@ -26,7 +26,13 @@ int main(int argc, char** argv) {
     } catch (const CLI::CallForVersion& e) {
         return app.exit(e);
     } catch (const CLI::ParseError& e) {
-        app.exit(e);
+        // One line naming the subcommand being parsed, like the operation failures.
+        std::string where = "mutils";
+        for (const CLI::App* sub = &app; !sub->get_subcommands().empty();) {
+            sub = sub->get_subcommands().back();
+            where += " " + sub->get_name();
+        }
+        std::fprintf(stderr, "%s: %s (see %s --help)\n", where.c_str(), e.what(), where.c_str());
         return 2;
     } catch (const cli::Failure& e) {
         for (auto* sub : app.get_subcommands()) current = "mutils " + sub->get_name();

@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <sstream>
@@ -68,7 +69,10 @@ TEST_F(Cli, VersionHelpAndUsageErrors) {
     EXPECT_EQ(run("convert --help").status, 0);
     EXPECT_EQ(run("").status, 2);
     EXPECT_EQ(run("no-such-command").status, 2);
-    EXPECT_EQ(run("convert --bogus in.pgm -o out.pgm").status, 2);
+    CliRun bogus = run("convert --bogus in.pgm -o out.pgm");
+    EXPECT_EQ(bogus.status, 2);
+    EXPECT_EQ(bogus.err.rfind("mutils convert: ", 0), 0u) << bogus.err;
+    EXPECT_EQ(std::count(bogus.err.begin(), bogus.err.end(), '\n'), 1) << bogus.err;
 }
 
 TEST_F(Cli, InfoDescribesAnImage) {
