@@ -60,5 +60,29 @@ TEST(Threads, EachThreadStartsWithItsOwnDefaultArena) {
     EXPECT_NE(theirs, mine);
 }
 
+/// Threshold of a large 8-bit image, whose pixels the library counts on threads of its own.
+double large_threshold(uint32_t seed) {
+    Hux::ArenaScope scope;
+    auto a = make<unsigned char>(1100, 1000), r = make<unsigned char>(1100, 1000);
+    for (int32_t i = 0; i < a.nelem; ++i) {
+        seed = seed * 1664525u + 1013904223u;
+        a.data[i] = static_cast<unsigned char>((seed >> 24) % 3 ? 60 + (seed >> 26) : 180 + (seed >> 27));
+    }
+    double t = 0;
+    EXPECT_EQ(imgu8_threshold_auto(&a, 0, IMG_THRESH_BETWEEN_CLASS, nullptr, &r, &t), nullptr);
+    return t;
+}
+
+TEST(Threads, CallsThatStartThreadsOfTheirOwnRunSideBySide) {
+    const double alone1 = large_threshold(1), alone2 = large_threshold(2);
+    double got1 = 0, got2 = 0;
+    std::thread t1([&] { got1 = large_threshold(1); });
+    std::thread t2([&] { got2 = large_threshold(2); });
+    t1.join();
+    t2.join();
+    EXPECT_EQ(got1, alone1);
+    EXPECT_EQ(got2, alone2);
+}
+
 }  // namespace
 }  // namespace mutils::test
