@@ -18,7 +18,7 @@
 /// Hot loops compiled for AVX-512, AVX2 and the baseline, chosen at load time (one binary runs
 /// everywhere). Off under ThreadSanitizer, whose runtime is not ready when the resolvers run.
 #if defined(__GNUC__) && !defined(__clang__) && defined(__x86_64__) && !defined(__SANITIZE_THREAD__)
-#define MUTILS_CLONES __attribute__((target_clones("avx512f", "avx2", "default")))
+#define MUTILS_CLONES __attribute__((target_clones("arch=x86-64-v4", "avx2", "default")))
 #else
 #define MUTILS_CLONES
 #endif

@@ -204,6 +204,62 @@ PaddedImage<T> pad_image(const mat_t<T>* image, int64_t left, int64_t right, int
     return p;
 }
 
+/// Flat integer elements: extrema do not depend on the order of the taps, so each distinct
+/// column offset is taken once per image row (row pass) and each distinct row offset once per
+/// output row (column pass). Row-pass rows live in a ring of as many rows as the element spans,
+/// filled as the output rows advance, so both passes stay in cache and the image is not padded.
+template <class T, bool Max>
+void flat_morph(const mat_t<T>* image, std::vector<int64_t> dcs, std::vector<int64_t> drs, T s, int32_t border,
+                mat_t<T>* result) {
+    using X = Extremum<T, Max>;
+    std::sort(dcs.begin(), dcs.end());
+    dcs.erase(std::unique(dcs.begin(), dcs.end()), dcs.end());
+    std::sort(drs.begin(), drs.end());
+    drs.erase(std::unique(drs.begin(), drs.end()), drs.end());
+    const int64_t nrow = image->nrow, n = image->ncol;
+    const bool zero = border == MUTIL_BOUNDARY_ZERO;
+    // Columns whose taps all fall inside the row; the others read the border rule.
+    const int64_t cl = std::min(n, -std::min<int64_t>(dcs.front(), 0));
+    const int64_t cr = std::max(cl, n - std::max<int64_t>(dcs.back(), 0));
+    auto outside = [&](const T* p, int64_t c) { return c >= 0 && c < n ? p[c] : zero ? T{} : p[c < 0 ? 0 : n - 1]; };
+    auto row_pass = [&](int64_t q, T* h) {
+        const T* p = image->data + q * n;
+        auto edge = [&](int64_t c) {
+            T v = X::combine(outside(p, c + dcs[0]), s);
+            for (std::size_t k = 1; k < dcs.size(); ++k) v = X::pick(X::combine(outside(p, c + dcs[k]), s), v);
+            h[c] = v;
+        };
+        for (int64_t c = 0; c < cl; ++c) edge(c);
+        for (int64_t c = cr; c < n; ++c) edge(c);
+        if (cl < cr) {
+            tap_first<T, Max>(h + cl, p + cl + dcs[0], s, int32_t(cr - cl));
+            for (std::size_t k = 1; k < dcs.size(); ++k) tap_next<T, Max>(h + cl, p + cl + dcs[k], s, int32_t(cr - cl));
+        }
+    };
+    const int64_t span = drs.back() - drs.front() + 1;
+    const int64_t slots = std::min(span, nrow);
+    T* ring = work_array<T>((slots + 1) * n);
+    int64_t* held = work_array<int64_t>(slots);
+    std::fill(held, held + slots, int64_t(-1));
+    T* empty = ring + slots * n;  // the row pass of an outside row of zeros
+    std::fill(empty, empty + n, X::combine(T{}, s));
+    auto row = [&](int64_t q) -> const T* {
+        if (q < 0 || q >= nrow) {
+            if (zero) return empty;
+            q = q < 0 ? 0 : nrow - 1;
+        }
+        T* h = ring + (q % slots) * n;
+        if (held[q % slots] != q) row_pass(q, h), held[q % slots] = q;
+        return h;
+    };
+    for (int64_t r = 0; r < nrow; ++r) {
+        T* out = result->data + r * n;
+        const T* first = row(r + drs[0]);
+        std::copy(first, first + n, out);
+        for (std::size_t k = 1; k < drs.size(); ++k) pick_rows<T, Max>(out, row(r + drs[k]), int32_t(n));
+    }
+}
+
 /// Erosion (Max false) or dilation (Max true) with SE offsets relative to the origin.
 template <class T, bool Max>
 void grey_morph(const mat_t<T>* image, const mat_t<T>* se, int64_t orow, int64_t ocol, int32_t border,
@@ -221,39 +277,19 @@ void grey_morph(const mat_t<T>* image, const mat_t<T>* se, int64_t orow, int64_t
             dc = std::clamp<int64_t>(dc, -ncol, ncol);
             taps.push_back({dr, dc, se->data[i * se->ncol + j]});
         }
-    int64_t cmin = 0, cmax = 0;
-    for (const Tap& t : taps) cmin = std::min(cmin, t.dc), cmax = std::max(cmax, t.dc);
     Hux::ArenaScope scope;
-    PaddedImage<T> pad = pad_image<T>(image, -cmin, cmax, border);
-    const int32_t n = image->ncol;
-
-    bool flat = std::all_of(taps.begin(), taps.end(), [&](const Tap& t) { return t.s == taps[0].s; });
     if constexpr (is_integer_elem<T>) {
+        bool flat = std::all_of(taps.begin(), taps.end(), [&](const Tap& t) { return t.s == taps[0].s; });
         if (flat && taps.size() > 1) {
-            // Integer extrema do not depend on the order of the taps: take each distinct column
-            // offset once per row (row pass), then each distinct row offset (column pass).
             std::vector<int64_t> dcs, drs;
             for (const Tap& t : taps) dcs.push_back(t.dc), drs.push_back(t.dr);
-            std::sort(dcs.begin(), dcs.end());
-            dcs.erase(std::unique(dcs.begin(), dcs.end()), dcs.end());
-            std::sort(drs.begin(), drs.end());
-            drs.erase(std::unique(drs.begin(), drs.end()), drs.end());
-            const T s = taps[0].s;
-            PaddedImage<T> rows{nrow, ncol, 0, work_array<T>((nrow + 1) * ncol), border};
-            for (int64_t r = 0; r <= nrow; ++r) {
-                const T* p = pad.data + r * pad.width + pad.left;
-                T* h = rows.data + r * ncol;
-                tap_first<T, Max>(h, p + dcs[0], s, n);
-                for (std::size_t k = 1; k < dcs.size(); ++k) tap_next<T, Max>(h, p + dcs[k], s, n);
-            }
-            for (int64_t r = 0; r < nrow; ++r) {
-                T* out = result->data + r * ncol;
-                std::copy(rows.row(r + drs[0]), rows.row(r + drs[0]) + n, out);
-                for (std::size_t k = 1; k < drs.size(); ++k) pick_rows<T, Max>(out, rows.row(r + drs[k]), n);
-            }
-            return;
+            return flat_morph<T, Max>(image, std::move(dcs), std::move(drs), taps[0].s, border, result);
         }
     }
+    int64_t cmin = 0, cmax = 0;
+    for (const Tap& t : taps) cmin = std::min(cmin, t.dc), cmax = std::max(cmax, t.dc);
+    PaddedImage<T> pad = pad_image<T>(image, -cmin, cmax, border);
+    const int32_t n = image->ncol;
     for (int64_t r = 0; r < nrow; ++r) {
         T* out = result->data + r * ncol;
         const Tap& first = taps[0];
