@@ -39,15 +39,12 @@ TEST_F(ArithTest, SizesMustAgree) {
 TEST_F(ArithTest, UniversalOperandsComeToTheResultType) {
     _univ_mat d = make_univ<double>(1, 2, {1.5, 2}), u8 = make_univ<unsigned char>(1, 2, {200, 100}),
               rd = make_univ<double>(1, 2), ru8 = make_univ<unsigned char>(1, 2);
+    // (Other operand types against casts: Differential.MixedOperandsGoThroughTheResultType.)
     EXPECT_EQ(message(matuniv_add(&d, &u8, nullptr, &ru8)), "Illegal data type");
     ASSERT_EQ(message(matuniv_add(&u8, &u8, nullptr, &rd)), "");
     EXPECT_EQ(values_of<double>(rd), (std::vector<double>{400, 200}));  // converted first: no wrap
-    ASSERT_EQ(message(matuniv_subtract(&d, &u8, nullptr, &rd)), "");
-    EXPECT_EQ(values_of<double>(rd), (std::vector<double>{-198.5, -98}));
     _univ_mat s32 = make_univ<int32_t>(1, 2, {70000, 1}), rs16 = make_univ<int16_t>(1, 2);
     EXPECT_EQ(raised([&] { matuniv_add(&s32, &s32, nullptr, &rs16); }), "overflow");
-    _univ_mat z = make_univ<_dcomplex>(1, 2);
-    EXPECT_EQ(message(matuniv_add(&z, &z, nullptr, &z)), "Illegal data type");
     EXPECT_EQ(message(matuniv_multiply_elem(&u8, nullptr, nullptr, &rd)), "null pointer");
     _univ_mat tag1 = u8;
     tag1.type = MUTIL_SINT8;

@@ -75,14 +75,6 @@ CroutRef naive_crout(const _double_mat& m) {
 
 // ---- product ------------------------------------------------------------------------------
 
-TEST_F(LinalgTest, ProductOfSmallMatricesByHand) {
-    auto a = make<double>(2, 3, {1, 2, 3, 4, 5, 6});
-    auto b = make<double>(3, 2, {7, 8, 9, 10, 11, 12});
-    auto p = make<double>(2, 2);
-    ASSERT_EQ(message(matdbl_multiply(&a, &b, nullptr, &p)), "");
-    EXPECT_EQ(values(p), (std::vector<double>{58, 64, 139, 154}));
-}
-
 TEST_F(LinalgTest, ProductMatchesTheTripleLoopBitForBit) {
     // Sizes around the register tile (6 x 8 doubles, 6 x 16 floats) and across an inner block of 256.
     const int32_t shapes[][3] = {{1, 1, 1}, {7, 9, 5}, {6, 8, 16}, {13, 300, 17}, {73, 257, 41}, {100, 520, 3}};

@@ -192,12 +192,11 @@ TEST_F(TextTest, ParseRefusesMalformedText) {
     EXPECT_EQ(std::ftell(blank), 2);
 }
 
-TEST_F(TextTest, ForgedSizesDoNotAllocate) {
+TEST_F(TextTest, ForgedSizesOnAPipeDoNotAllocate) {
+    // A pipe cannot tell how much follows: storage grows only with the values that arrive.
+    // (Seekable files with forged headers: Forged.PrintedHeadersOfEveryType...)
     const std::string forged = "double Matrix: nrow=40000, ncol=40000  {\n    Row[0]:  1 2 3 \n}\n";
     const std::size_t before = m_scope.arena().reserved();
-    EXPECT_EQ(parse_text(forged), "Input-output error");
-    EXPECT_LT(m_scope.arena().reserved() - before, std::size_t(1) << 20);
-    // A pipe cannot tell how much follows: storage grows only with the values that arrive.
     int fds[2];
     ASSERT_EQ(pipe(fds), 0);
     ASSERT_EQ(write(fds[1], forged.data(), forged.size()), ssize_t(forged.size()));

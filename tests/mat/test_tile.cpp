@@ -66,36 +66,20 @@ _mat_set planes(int32_t count, int32_t rows, int32_t cols, _mutil_data_type type
     return s;
 }
 
-TEST_F(TileTest, SetTileInterleavesPlanesElementByElement) {
-    _mat_set s = planes(3, 2, 2, MUTIL_UINT8);
+TEST_F(TileTest, SetTileInterleavesPlanesAndRaisesOnDisagreement) {
+    _mat_set s = planes(3, 2, 2, MUTIL_UINT8), back = planes(3, 2, 2, MUTIL_UINT8);
     for (int p = 0; p < 3; ++p)
         for (int e = 0; e < 4; ++e) static_cast<unsigned char*>(s.mats[p].data)[e] = (unsigned char)(10 * p + e);
     auto packed = make_univ<unsigned char>(2, 6);
     matset_tile(&s, nullptr, &packed);
     EXPECT_EQ(values_of<unsigned char>(packed),
               (std::vector<unsigned char>{0, 10, 20, 1, 11, 21, 2, 12, 22, 3, 13, 23}));
-
-    _mat_set back = planes(3, 2, 2, MUTIL_UINT8);
     matset_untile(&packed, nullptr, &back);
     for (int p = 0; p < 3; ++p) EXPECT_EQ(values_of<unsigned char>(back.mats[p]), values_of<unsigned char>(s.mats[p]));
-}
 
-TEST_F(TileTest, SetTileRoundTripsAndRaisesOnDisagreement) {
-    std::mt19937 rng(9);
-    _mat_set s = planes(4, 3, 5, MUTIL_DOUBLE);
-    for (int p = 0; p < 4; ++p) {
-        auto m = random_mat<double>(rng, 3, 5);
-        std::memcpy(s.mats[p].data, m.data, sizeof(double) * 15);
-    }
-    auto packed = make_univ<double>(3, 20);
-    matset_tile(&s, nullptr, &packed);
-    _mat_set back = planes(4, 3, 5, MUTIL_DOUBLE);
-    matset_untile(&packed, nullptr, &back);
-    for (int p = 0; p < 4; ++p) EXPECT_EQ(values_of<double>(back.mats[p]), values_of<double>(s.mats[p]));
-
-    auto narrow = make_univ<double>(3, 15);
+    auto narrow = make_univ<unsigned char>(2, 4);
     EXPECT_EQ(raised([&] { matset_tile(&s, nullptr, &narrow); }), "array size mismatch");
-    auto other = make_univ<float>(3, 20);
+    auto other = make_univ<float>(2, 6);
     EXPECT_EQ(raised([&] { matset_untile(&other, nullptr, &back); }), "Illegal data type");
     EXPECT_EQ(raised([&] { matset_tile(nullptr, nullptr, &packed); }), "null pointer");
     s.mats[2].type = MUTIL_FLOAT;
