@@ -2,12 +2,10 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cfloat>
-#include <climits>
 #include <cstdio>
 #include <cstring>
 
-#include "support.h"
+#include "mat_support.h"
 
 namespace mutils::test {
 namespace {
@@ -44,12 +42,11 @@ template <class T> void expect_raw_round_trip(const std::vector<T>& v) {
 }
 
 TEST_F(RawTest, RoundTripsInBothByteOrders) {
-    expect_raw_round_trip<double>({1.5, -0.0, DBL_MAX, 1e-310});
-    expect_raw_round_trip<float>({1.5f, -2, FLT_MAX, 1e-40f});
-    expect_raw_round_trip<unsigned char>({0, 1, 128, 255});
-    expect_raw_round_trip<uint16_t>({0x0102, 0xfffe, 0, 7});
-    expect_raw_round_trip<int16_t>({-32768, 32767, -1, 1});
-    expect_raw_round_trip<int32_t>({INT32_MIN, INT32_MAX, -1, 1});
+    each_real_type([](auto z) {  // extremes, subnormals and -0 keep every byte
+        using T = decltype(z);
+        using L = std::numeric_limits<T>;
+        expect_raw_round_trip<T>({L::lowest(), L::max(), L::denorm_min(), T(-z), 1, T(0x0102)});
+    });
     std::vector<uint32_t> many(90300);  // a swapped write crosses several work blocks
     for (std::size_t i = 0; i < many.size(); ++i) many[i] = uint32_t(i) * 2654435761u;
     expect_raw_round_trip<uint32_t>(many);
@@ -93,9 +90,6 @@ TEST_F(RawTest, ShortFilesAndRefusals) {
     EXPECT_EQ(raised([&] { matdbl_write_raw(file, &bad, 0, nullptr); }), "array size mismatch");
     EXPECT_EQ(message(matdbl_write_raw(file, &none, 0, nullptr)), "");
     EXPECT_EQ(message(matdbl_read_raw(file, 0, 0, nullptr, &none)), "");
-    _univ_mat c = make_univ<_dcomplex>(1, 1);
-    EXPECT_EQ(message(matuniv_write_raw(file, &c, 0, nullptr)), "Illegal data type");
-    EXPECT_EQ(::matuniv_write_raw(file, &c, 0, nullptr), MUTIL_ERR_ILLEGAL_TYPE);
     EXPECT_EQ(message(matuniv_read_raw(file, 0, 0, nullptr, nullptr)), "null pointer");
     char x[] = "x";
     FILE* read_only = fmemopen(x, 1, "r");
