@@ -149,11 +149,7 @@ TEST_F(SortTest, PermuteGathersByIndexIntoTheIndexShape) {
     auto square = make<int32_t>(2, 2, {1, 0, 3, 2});
     EXPECT_EQ(message(mats16_permute(&a, &square, nullptr, &a)), "Illegal memory address");
 
-    auto ua = univ(a), ur = univ(r);
-    index.data[1] = 1;
-    EXPECT_EQ(message(matuniv_permute(&ua, &index, nullptr, &ur)), "");
-    EXPECT_EQ(values(r), (std::vector<int16_t>{40, 20, 40}));
-    auto rd = make_univ<double>(1, 3);
+    auto ua = univ(a), ur = univ(r), rd = make_univ<double>(1, 3);
     EXPECT_EQ(message(matuniv_permute(&ua, &index, nullptr, &rd)), "Illegal data type");
     EXPECT_EQ(message(matuniv_permute(&ua, nullptr, nullptr, &ur)), "null pointer");
 }
