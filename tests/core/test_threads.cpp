@@ -12,25 +12,19 @@ std::vector<double> run_mix(uint32_t seed) {
     Hux::ArenaScope scope;
     std::vector<double> digest;
     const int32_t n = 64;
-    _univ_mat a, b, r, d;
-    matuniv_malloc(&a, n, n, MUTIL_UINT8);
-    matuniv_malloc(&b, n, n, MUTIL_UINT8);
-    matuniv_malloc(&r, n, n, MUTIL_DOUBLE);
-    matuniv_malloc(&d, n, n, MUTIL_UINT8);
-    auto* pa = static_cast<unsigned char*>(a.data);
-    auto* pb = static_cast<unsigned char*>(b.data);
+    _univ_mat a = make_univ<unsigned char>(n, n), b = make_univ<unsigned char>(n, n);
+    _univ_mat d = make_univ<unsigned char>(n, n), r = make_univ<double>(n, n);
     for (int32_t i = 0; i < n * n; ++i) {
         seed = seed * 1664525u + 1013904223u;
-        pa[i] = static_cast<unsigned char>(seed >> 24);
-        pb[i] = static_cast<unsigned char>(seed >> 16);
+        static_cast<unsigned char*>(a.data)[i] = static_cast<unsigned char>(seed >> 24);
+        static_cast<unsigned char*>(b.data)[i] = static_cast<unsigned char>(seed >> 16);
     }
     for (int round = 0; round < 50; ++round) {
         EXPECT_EQ(matuniv_add(&a, &b, nullptr, &r), nullptr);
         EXPECT_EQ(matuniv_multiply_elem(&a, &b, nullptr, &d), nullptr);
         EXPECT_EQ(matuniv_subtract(&r, &r, nullptr, &r), nullptr);
         EXPECT_EQ(matuniv_add(&d, &a, nullptr, &r), nullptr);
-        _univ_mat c;
-        matuniv_malloc(&c, n, n, MUTIL_SINT16);
+        _univ_mat c = make_univ<int16_t>(n, n);
         matuniv_cast(&r, 0, nullptr, &c);
         for (int32_t i = 0; i < n * n; i += 7) digest.push_back(static_cast<int16_t*>(c.data)[i]);
         std::swap(a, d);
@@ -38,18 +32,20 @@ std::vector<double> run_mix(uint32_t seed) {
     return digest;
 }
 
-TEST(Threads, ConcurrentRunsMatchSequentialRuns) {
-    const std::vector<double> alone1 = run_mix(1), alone2 = run_mix(2);
-    for (int repeat = 0; repeat < 4; ++repeat) {
-        std::vector<double> got1, got2;
-        std::thread t1([&] { got1 = run_mix(1); });
-        std::thread t2([&] { got2 = run_mix(2); });
+/// Runs f(1) and f(2) side by side on two threads, `repeats` times, expecting what each gives alone.
+template <class F> void side_by_side(F f, int repeats) {
+    const auto alone1 = f(1), alone2 = f(2);
+    for (int repeat = 0; repeat < repeats; ++repeat) {
+        decltype(f(1)) got1{}, got2{};
+        std::thread t1([&] { got1 = f(1); }), t2([&] { got2 = f(2); });
         t1.join();
         t2.join();
         EXPECT_EQ(got1, alone1);
         EXPECT_EQ(got2, alone2);
     }
 }
+
+TEST(Threads, ConcurrentRunsMatchSequentialRuns) { side_by_side(run_mix, 4); }
 
 TEST(Threads, EachThreadStartsWithItsOwnDefaultArena) {
     Hux::ImcAllocator* mine = Hux::ImcAllocator::m_current;
@@ -73,16 +69,7 @@ double large_threshold(uint32_t seed) {
     return t;
 }
 
-TEST(Threads, CallsThatStartThreadsOfTheirOwnRunSideBySide) {
-    const double alone1 = large_threshold(1), alone2 = large_threshold(2);
-    double got1 = 0, got2 = 0;
-    std::thread t1([&] { got1 = large_threshold(1); });
-    std::thread t2([&] { got2 = large_threshold(2); });
-    t1.join();
-    t2.join();
-    EXPECT_EQ(got1, alone1);
-    EXPECT_EQ(got2, alone2);
-}
+TEST(Threads, CallsThatStartThreadsOfTheirOwnRunSideBySide) { side_by_side(large_threshold, 1); }
 
 }  // namespace
 }  // namespace mutils::test
