@@ -47,89 +47,83 @@ uint32_t flood(const std::vector<int>& mask, int planes, int rows, int cols, boo
     return kept + 1;
 }
 
-template <class T> void check_against_flood(std::mt19937& g) {
-    for (int trial = 0; trial < 40; ++trial) {
-        Hux::ArenaScope scope;
-        int rows = 1 + g() % 12, cols = 1 + g() % 150;
-        int density = 1 + g() % 4;  // object share 1/5 .. 4/5
-        _univ_mat img = make_univ<T>(rows, cols), lab = make_univ<uint32_t>(rows, cols);
-        std::vector<int> mask(rows * cols);
-        T* p = static_cast<T*>(img.data);
-        for (int k = 0; k < rows * cols; ++k) {
-            mask[k] = int(g() % 5) < density;
-            p[k] = mask[k] ? T(6) : T(g() % 5);
-        }
-        _univ_scalar v{};
-        v.type = img.type;
-        const T six = T(6);
-        std::memcpy(&v.val, &six, sizeof(T));
-        for (int conn : {0, 1, 8}) {
-            uint32_t min_size = trial % 3 == 0 ? 3 : trial % 3;
-            uint32_t count = 0;
-            std::vector<uint32_t> want;
-            uint32_t want_count = flood(mask, 1, rows, cols, conn != 0, false, min_size, want);
-            ASSERT_EQ(message(imguniv_connected_components(&img, _img_connected_type(conn), v, min_size, nullptr,
-                                                           &lab, &count)),
-                      "");
-            ASSERT_EQ(count, want_count) << trial;
-            ASSERT_EQ(values_of<uint32_t>(lab), want) << trial << " conn " << conn;
-        }
-    }
+/// The labels of a universal image; the count with background goes to `count`.
+std::vector<uint32_t> labels(const _univ_mat& img, _img_connected_type conn, _univ_scalar value, uint32_t min_size,
+                             uint32_t& count) {
+    _univ_mat lab = make_univ<uint32_t>(img.nrow, img.ncol);
+    EXPECT_EQ(message(imguniv_connected_components(&img, conn, value, min_size, nullptr, &lab, &count)), "");
+    return values_of<uint32_t>(lab);
+}
+
+/// A volume of `planes` matrices of the given size and type.
+_mat_set volume(int32_t planes, int32_t rows, int32_t cols, _mutil_data_type type) {
+    _mat_set s;
+    matset_malloc(&s, 1, &planes);
+    matset_malloc_matrices(&s, rows, cols, type);
+    return s;
 }
 
 TEST_F(ComponentsTest, LabelsMatchFloodFillInBothConnectivities) {
     std::mt19937 g(7);
-    check_against_flood<unsigned char>(g);
-    check_against_flood<int16_t>(g);
-    check_against_flood<int32_t>(g);
-    check_against_flood<double>(g);
+    auto check = [&](auto zero) {
+        using T = decltype(zero);
+        for (int trial = 0; trial < 40; ++trial) {
+            Hux::ArenaScope scope;
+            const int rows = 1 + g() % 12, cols = 1 + g() % 150, density = 1 + g() % 4;  // objects: 1/5 .. 4/5
+            std::vector<int> mask(rows * cols);
+            std::vector<T> px(rows * cols);
+            for (int k = 0; k < rows * cols; ++k)
+                mask[k] = int(g() % 5) < density, px[k] = mask[k] ? T(6) : T(g() % 5);
+            const _univ_mat img = make_univ<T>(rows, cols, px);
+            _univ_scalar six{};
+            six.type = img.type;
+            const T object = T(6);
+            std::memcpy(&six.val, &object, sizeof(T));
+            const uint32_t min_size = trial % 3 == 0 ? 3 : trial % 3;
+            for (int conn : {0, 1, 8}) {
+                std::vector<uint32_t> want;
+                uint32_t count = 0, want_count = flood(mask, 1, rows, cols, conn != 0, false, min_size, want);
+                ASSERT_EQ(labels(img, _img_connected_type(conn), six, min_size, count), want) << trial << " conn " << conn;
+                ASSERT_EQ(count, want_count) << trial;
+            }
+        }
+    };
+    check((unsigned char)0);
+    check(int16_t(0));
+    check(int32_t(0));
+    check(0.0);
 }
 
 TEST_F(ComponentsTest, ShapesThatMergeLateOrOnlyDiagonally) {
-    // A U whose arms meet in the last row: one label.
-    _uint8_mat u = make<unsigned char>(3, 3, {1, 0, 1, 1, 0, 1, 1, 1, 1});
-    _uint32_mat lab = make<uint32_t>(3, 3);
     uint32_t count = 0;
-    EXPECT_EQ(message(imgu8_connected_components(&u, IMG_CONNECT_FOUR, 1, 0, nullptr, &lab, &count)), "");
+    // A U whose arms meet in the last row: one label.
+    const std::vector<unsigned char> u{1, 0, 1, 1, 0, 1, 1, 1, 1};
+    EXPECT_EQ(labels(make_univ<unsigned char>(3, 3, u), IMG_CONNECT_FOUR, scalar_u8(1), 0, count),
+              (std::vector<uint32_t>{1, 0, 1, 1, 0, 1, 1, 1, 1}));
     EXPECT_EQ(count, 2u);
-    EXPECT_EQ(values(lab), (std::vector<uint32_t>{1, 0, 1, 1, 0, 1, 1, 1, 1}));
     // Diagonal neighbours: one object with eight neighbours, two with four.
-    _double_mat d = make<double>(2, 2, {5, 0, 0, 5});
-    _uint32_mat l2 = make<uint32_t>(2, 2);
-    EXPECT_EQ(message(imgdbl_connected_components(&d, IMG_CONNECT_EIGHT, 5.0, 1, nullptr, &l2, &count)), "");
+    const _univ_mat d = make_univ<double>(2, 2, {5, 0, 0, 5});
+    labels(d, IMG_CONNECT_EIGHT, scalar_dbl(5), 1, count);
     EXPECT_EQ(count, 2u);
-    EXPECT_EQ(message(imgdbl_connected_components(&d, IMG_CONNECT_FOUR, 5.0, 1, nullptr, &l2, &count)), "");
+    EXPECT_EQ(labels(d, IMG_CONNECT_FOUR, scalar_dbl(5), 1, count), (std::vector<uint32_t>{1, 0, 0, 2}));
     EXPECT_EQ(count, 3u);
-    EXPECT_EQ(values(l2), (std::vector<uint32_t>{1, 0, 0, 2}));
     // A single column links through its up neighbours only.
-    _uint8_mat col = make<unsigned char>(4, 1, {1, 1, 0, 1});
-    _uint32_mat lc = make<uint32_t>(4, 1);
-    EXPECT_EQ(message(imgu8_connected_components(&col, IMG_CONNECT_EIGHT, 1, 0, nullptr, &lc, &count)), "");
-    EXPECT_EQ(values(lc), (std::vector<uint32_t>{1, 1, 0, 2}));
+    EXPECT_EQ(labels(make_univ<unsigned char>(4, 1, {1, 1, 0, 1}), IMG_CONNECT_EIGHT, scalar_u8(1), 0, count),
+              (std::vector<uint32_t>{1, 1, 0, 2}));
     // Nothing matches: all zero, count 1, also with a minimum size.
-    EXPECT_EQ(message(imgdbl_connected_components(&d, IMG_CONNECT_FOUR, NAN, 4, nullptr, &l2, &count)), "");
+    EXPECT_EQ(labels(d, IMG_CONNECT_FOUR, scalar_dbl(NAN), 4, count), std::vector<uint32_t>(4, 0));
     EXPECT_EQ(count, 1u);
-    EXPECT_EQ(values(l2), std::vector<uint32_t>(4, 0));
 }
 
 TEST_F(ComponentsTest, VolumesUseSixNeighboursAcrossPlanes) {
     std::mt19937 g(9);
     for (int trial = 0; trial < 25; ++trial) {
         Hux::ArenaScope scope;
-        int planes = 1 + g() % 4, rows = 1 + g() % 7, cols = 1 + g() % 70;
-        int32_t dims[1] = {planes};
-        _mat_set s, l;
-        matset_malloc(&s, 1, dims);
-        matset_malloc(&l, 1, dims);
-        matset_malloc_matrices(&s, rows, cols, MUTIL_UINT16);
-        matset_malloc_matrices(&l, rows, cols, MUTIL_UINT32);
-        std::vector<int> mask(planes * rows * cols);
-        for (int z = 0; z < planes; ++z)
-            for (int k = 0; k < rows * cols; ++k) {
-                int m = g() % 2;
-                mask[z * rows * cols + k] = m;
-                static_cast<uint16_t*>(s.mats[z].data)[k] = m ? 300 : 2;
-            }
+        const int planes = 1 + g() % 4, rows = 1 + g() % 7, cols = 1 + g() % 70, n = rows * cols;
+        _mat_set s = volume(planes, rows, cols, MUTIL_UINT16), l = volume(planes, rows, cols, MUTIL_UINT32);
+        std::vector<int> mask(planes * n);
+        for (int k = 0; k < planes * n; ++k)
+            mask[k] = g() % 2, static_cast<uint16_t*>(s.mats[k / n].data)[k % n] = mask[k] ? 300 : 2;
         uint32_t min_size = trial % 2 ? 0 : 4, count = 0;
         std::vector<uint32_t> want;
         uint32_t want_count = flood(mask, planes, rows, cols, false, true, min_size, want);
@@ -137,9 +131,8 @@ TEST_F(ComponentsTest, VolumesUseSixNeighboursAcrossPlanes) {
                                                          &l, &count)),
                   "");
         EXPECT_EQ(count, want_count);
-        for (int z = 0; z < planes; ++z)
-            for (int k = 0; k < rows * cols; ++k)
-                ASSERT_EQ(static_cast<uint32_t*>(l.mats[z].data)[k], want[z * rows * cols + k]) << trial;
+        for (int k = 0; k < planes * n; ++k)
+            ASSERT_EQ(static_cast<uint32_t*>(l.mats[k / n].data)[k % n], want[k]) << trial;
     }
 }
 
@@ -147,39 +140,29 @@ TEST_F(ComponentsTest, RefusalsComeBeforeAnyLabelIsWritten) {
     _univ_mat img = make_univ<unsigned char>(2, 2, {1, 1, 1, 1}), lab = make_univ<uint32_t>(2, 2, {9, 9, 9, 9});
     _univ_mat l16 = make_univ<uint16_t>(2, 2), small = make_univ<uint32_t>(1, 2);
     uint32_t count = 0;
-    EXPECT_EQ(message(imguniv_connected_components(&img, IMG_CONNECT_FOUR, scalar_u8(1), 0, nullptr, &l16, &count)),
-              "Illegal data type");
-    EXPECT_EQ(message(imguniv_connected_components(&img, IMG_CONNECT_FOUR, scalar_u16(1), 0, nullptr, &lab, &count)),
-              "Illegal data type");
-    EXPECT_EQ(message(imguniv_connected_components(&img, IMG_CONNECT_FOUR, scalar_u8(1), 0, nullptr, &small, &count)),
-              "array size mismatch");
-    EXPECT_EQ(message(imguniv_connected_components(&img, IMG_CONNECT_FOUR, scalar_u8(1), 0, nullptr, &lab, nullptr)),
-              "null pointer");
+    auto refusal = [&](_univ_scalar value, _univ_mat* result, uint32_t* n) {
+        return message(imguniv_connected_components(&img, IMG_CONNECT_FOUR, value, 0, nullptr, result, n));
+    };
+    EXPECT_EQ(refusal(scalar_u8(1), &l16, &count), "Illegal data type");
+    EXPECT_EQ(refusal(scalar_u16(1), &lab, &count), "Illegal data type");
+    EXPECT_EQ(refusal(scalar_u8(1), &small, &count), "array size mismatch");
+    EXPECT_EQ(refusal(scalar_u8(1), &lab, nullptr), "null pointer");
     EXPECT_EQ(values_of<uint32_t>(lab), std::vector<uint32_t>(4, 9));
-    EXPECT_EQ(::imguniv_connected_components(&img, IMG_CONNECT_FOUR, scalar_u8(1), 0, nullptr, &lab, &count), 0);
-    EXPECT_EQ(count, 2u);
 
-    int32_t dims[1] = {2}, dims3[1] = {3};
-    _mat_set s, l, l3;
-    matset_malloc(&s, 1, dims);
-    matset_malloc(&l, 1, dims);
-    matset_malloc(&l3, 1, dims3);
-    matset_malloc_matrices(&s, 2, 2, MUTIL_SINT16);
-    matset_malloc_matrices(&l, 2, 2, MUTIL_UINT32);
-    matset_malloc_matrices(&l3, 2, 2, MUTIL_UINT32);
+    _mat_set s = volume(2, 2, 2, MUTIL_SINT16), l = volume(2, 2, 2, MUTIL_UINT32), l3 = volume(3, 2, 2, MUTIL_UINT32);
     EXPECT_EQ(message(imgset_connected_components_3d(&s, IMG_CONNECT_FOUR, scalar_s16(1), 0, nullptr, &l, &count)),
               "Illegal data type");  // no signed 16-bit volume member
     EXPECT_EQ(message(imgset_connected_components_3d(&s, IMG_CONNECT_FOUR, scalar_s16(1), 0, nullptr, &l3, &count)),
               "array size mismatch");
-    matset_malloc_matrices(&s, 2, 2, MUTIL_UINT8);
-    EXPECT_EQ(message(imgset_connected_components_3d(&s, IMG_CONNECT_FOUR, scalar_u8(1), 0, nullptr, &s, &count)),
+    _mat_set b = volume(2, 2, 2, MUTIL_UINT8);
+    EXPECT_EQ(message(imgset_connected_components_3d(&b, IMG_CONNECT_FOUR, scalar_u8(1), 0, nullptr, &b, &count)),
               "Illegal data type");
     // The planes themselves are validated, not only the set.
-    auto volume = [&] { imgset_connected_components_3d(&s, IMG_CONNECT_FOUR, scalar_u8(1), 0, nullptr, &l, &count); };
+    auto run = [&] { imgset_connected_components_3d(&b, IMG_CONNECT_FOUR, scalar_u8(1), 0, nullptr, &l, &count); };
     l.mats[1].data = nullptr;
-    EXPECT_EQ(raised(volume), "null pointer");
-    s.mats[0].nelem = 3;
-    EXPECT_EQ(raised(volume), "array size mismatch");
+    EXPECT_EQ(raised(run), "null pointer");
+    b.mats[0].nelem = 3;
+    EXPECT_EQ(raised(run), "array size mismatch");
 }
 
 }  // namespace
