@@ -20,13 +20,12 @@ std::vector<double> distances(const _uint8_mat& img, _img_distance_type metric) 
 
 TEST_F(DistanceTest, CornerPixelUnderEachMetric) {
     auto img = make<unsigned char>(3, 3, {1, 0, 0, 0, 0, 0, 0, 0, 0});
-    auto e = distances(img, IMG_DISTANCE_EUCLIDEAN);
-    std::vector<double> expect{0, 1, 2, 1, r2, r2 + 1, 2, r2 + 1, 2 * r2};
-    for (int i = 0; i < 9; ++i) EXPECT_NEAR(e[i], expect[i], 1e-12) << i;
+    const std::vector<double> euclidean{0, 1, 2, 1, r2, r2 + 1, 2, r2 + 1, 2 * r2};
+    for (int i = 0; i < 9; ++i) EXPECT_NEAR(distances(img, IMG_DISTANCE_EUCLIDEAN)[i], euclidean[i], 1e-12) << i;
     EXPECT_EQ(distances(img, IMG_DISTANCE_CHESSBOARD), (std::vector<double>{0, 1, 2, 1, 1, 2, 2, 2, 2}));
     EXPECT_EQ(distances(img, IMG_DISTANCE_CITY_BLOCK), (std::vector<double>{0, 1, 2, 1, 2, 3, 2, 3, 4}));
-    auto all = make<unsigned char>(2, 3, {1, 1, 1, 1, 1, 1});
-    EXPECT_EQ(distances(all, IMG_DISTANCE_EUCLIDEAN), std::vector<double>(6, 0.0));
+    EXPECT_EQ(distances(make<unsigned char>(2, 3, std::vector<unsigned char>(6, 1)), IMG_DISTANCE_EUCLIDEAN),
+              std::vector<double>(6, 0.0));
 }
 
 // Exhaustive nearest-object search in the metric that the two-pass 3 x 3 chamfer computes exactly.
@@ -81,8 +80,6 @@ TEST_F(DistanceTest, RefusalsAndTheirMessages) {
               "Illegal data type");
     EXPECT_EQ(message(imguniv_transform_distance(&u, IMG_DISTANCE_CITY_BLOCK, scalar_u32(1), nullptr, &uf)),
               "Illegal data type");
-    EXPECT_EQ(::imguniv_transform_distance(&u, static_cast<_img_distance_type>(9), scalar_u32(1), nullptr, &ur),
-              MUTIL_ERR_ILLEGAL_VALUE);
 }
 
 std::vector<unsigned char> hull(int rows, int cols, const std::vector<std::pair<int, int>>& object) {
@@ -150,8 +147,6 @@ TEST_F(ConvexHullTest, NoObjectLeavesTheResultUntouchedAndTypesAreChecked) {
     ASSERT_EQ(message(imguniv_convex_hull(&u, scalar_u16(3), nullptr, &ur)), "");
     EXPECT_EQ(values_of<uint16_t>(ur), (std::vector<uint16_t>{0, 1, 1, 0}));
     EXPECT_EQ(message(imguniv_convex_hull(&u, scalar_u8(3), nullptr, &ur)), "Illegal data type");
-    auto s32 = make_univ<int32_t>(2, 2), rs = make_univ<int32_t>(2, 2);
-    EXPECT_EQ(::imguniv_convex_hull(&s32, scalar_s32(0), nullptr, &rs), MUTIL_ERR_ILLEGAL_TYPE);
 }
 
 }  // namespace
