@@ -69,7 +69,8 @@ TEST_F(ComponentsTest, LabelsMatchFloodFillInBothConnectivities) {
         using T = decltype(zero);
         for (int trial = 0; trial < 40; ++trial) {
             Hux::ArenaScope scope;
-            const int rows = 1 + g() % 12, cols = 1 + g() % 150, density = 1 + g() % 4;  // objects: 1/5 .. 4/5
+            // Object share 1/5 .. 4/5.
+            const int rows = 1 + g() % 12, cols = 1 + g() % 150, density = 1 + g() % 4;
             std::vector<int> mask(rows * cols);
             std::vector<T> px(rows * cols);
             for (int k = 0; k < rows * cols; ++k)
