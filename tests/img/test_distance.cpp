@@ -18,16 +18,6 @@ std::vector<double> distances(const _uint8_mat& img, _img_distance_type metric) 
     return values(r);
 }
 
-TEST_F(DistanceTest, CornerPixelUnderEachMetric) {
-    auto img = make<unsigned char>(3, 3, {1, 0, 0, 0, 0, 0, 0, 0, 0});
-    const std::vector<double> euclidean{0, 1, 2, 1, r2, r2 + 1, 2, r2 + 1, 2 * r2};
-    for (int i = 0; i < 9; ++i) EXPECT_NEAR(distances(img, IMG_DISTANCE_EUCLIDEAN)[i], euclidean[i], 1e-12) << i;
-    EXPECT_EQ(distances(img, IMG_DISTANCE_CHESSBOARD), (std::vector<double>{0, 1, 2, 1, 1, 2, 2, 2, 2}));
-    EXPECT_EQ(distances(img, IMG_DISTANCE_CITY_BLOCK), (std::vector<double>{0, 1, 2, 1, 2, 3, 2, 3, 4}));
-    EXPECT_EQ(distances(make<unsigned char>(2, 3, std::vector<unsigned char>(6, 1)), IMG_DISTANCE_EUCLIDEAN),
-              std::vector<double>(6, 0.0));
-}
-
 // Exhaustive nearest-object search in the metric that the two-pass 3 x 3 chamfer computes exactly.
 double brute(const _uint8_mat& img, int r, int c, _img_distance_type metric) {
     double best = 1e300;
@@ -80,24 +70,6 @@ TEST_F(DistanceTest, RefusalsAndTheirMessages) {
               "Illegal data type");
     EXPECT_EQ(message(imguniv_transform_distance(&u, IMG_DISTANCE_CITY_BLOCK, scalar_u32(1), nullptr, &uf)),
               "Illegal data type");
-}
-
-std::vector<unsigned char> hull(int rows, int cols, const std::vector<std::pair<int, int>>& object) {
-    auto img = make<unsigned char>(rows, cols);
-    for (auto [y, x] : object) img.data[y * cols + x] = 9;
-    auto r = make<unsigned char>(rows, cols);
-    EXPECT_EQ(message(imgu8_convex_hull(&img, 9, nullptr, &r)), "");
-    return values(r);
-}
-
-TEST_F(ConvexHullTest, FillsPixelsWhoseCentresLieInsideOrOnTheHull) {
-    EXPECT_EQ(hull(3, 3, {{1, 1}}), (std::vector<unsigned char>{0, 0, 0, 0, 1, 0, 0, 0, 0}));
-    // A diagonal line keeps exactly its pixels; a segment between (0,0) and (2,1) only its ends.
-    EXPECT_EQ(hull(3, 3, {{0, 0}, {2, 2}}), (std::vector<unsigned char>{1, 0, 0, 0, 1, 0, 0, 0, 1}));
-    EXPECT_EQ(hull(3, 3, {{0, 0}, {2, 1}}), (std::vector<unsigned char>{1, 0, 0, 0, 0, 0, 0, 1, 0}));
-    // Triangle: the hypotenuse pixels are on the boundary and filled.
-    EXPECT_EQ(hull(4, 4, {{0, 0}, {0, 3}, {3, 0}}),
-              (std::vector<unsigned char>{1, 1, 1, 1, 1, 1, 1, 0, 1, 1, 0, 0, 1, 0, 0, 0}));
 }
 
 TEST_F(ConvexHullTest, RasterAgreesWithPointInPolygonOnRandomObjects) {

@@ -100,19 +100,16 @@ TEST_F(EdgeTest, NonMaximaKeepsTheRidgeAcrossTheGradient) {
     const int rows = 7, cols = 6;
     _double_mat v = make<double>(rows, cols), h = make<double>(rows, cols), r = make<double>(rows, cols);
     const double profile[rows] = {1, 2, 4, 9, 4, 2, 1};
-    for (int y = 0; y < rows; ++y)
-        for (int x = 0; x < cols; ++x) v.data[y * cols + x] = profile[y];
+    for (int i = 0; i < rows * cols; ++i) v.data[i] = profile[i / cols];
     h.data[3 * cols + 2] = 1e-3;  // a slight tilt still compares along the rows
     v.data[3 * cols + 4] = 1e-9;   // both components tiny: never an edge
     ASSERT_EQ(message(imgdbl_edge_nonmaxima_suppress(&v, &h, nullptr, &r)), "");
-    for (int y = 0; y < rows; ++y)
-        for (int x = 0; x < cols; ++x) {
-            // Where the ridge pixel vanished, its neighbours above and below become maxima.
-            bool inside = x >= 1 && x <= cols - 2;
-            bool ridge = inside && (x == 4 ? y == 2 || y == 4 : y == 3);
-            double m = std::hypot(v.data[y * cols + x], h.data[y * cols + x]);
-            EXPECT_EQ(r.data[y * cols + x], ridge ? m : 0.0) << y << "," << x;
-        }
+    for (int i = 0; i < rows * cols; ++i) {
+        // Inside the border, where the ridge pixel vanished its neighbours above and below become maxima.
+        const int y = i / cols, x = i % cols;
+        const bool ridge = x >= 1 && x <= cols - 2 && (x == 4 ? y == 2 || y == 4 : y == 3);
+        EXPECT_EQ(r.data[i], ridge ? std::hypot(v.data[i], h.data[i]) : 0.0) << y << "," << x;
+    }
     // A plateau along the gradient direction survives (ties are kept).
     _double_mat flat = make<double>(3, 3, std::vector<double>(9, 2.0)), zero = make<double>(3, 3);
     _double_mat r3 = make<double>(3, 3);

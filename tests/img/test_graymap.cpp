@@ -126,7 +126,8 @@ TEST_F(ThresholdTest, DoubleImagesSplitAtTheUpperEdgeOfTheChosenBin) {
     EXPECT_NEAR(t, 0.1 + 1.0 * 1 / 10, 1e-12);  // bin 1 of [0.1, 1.1]: 0.15 and 0.2 land there
     EXPECT_EQ(values_of<double>(r), (std::vector<double>{0, 0, 0, 1, 1, 1}));
     auto flat = make_univ<double>(1, 6, std::vector<double>(6, 0.5));  // constant: no split
-    EXPECT_EQ(message(imguniv_threshold_auto(&flat, 10, IMG_THRESH_BETWEEN_CLASS, nullptr, &r, &t)), "Illegal data value");
+    EXPECT_EQ(message(imguniv_threshold_auto(&flat, 10, IMG_THRESH_BETWEEN_CLASS, nullptr, &r, &t)),
+              "Illegal data value");
 }
 
 TEST_F(ThresholdTest, LargeImagesGiveTheSameSplitInEightAndSixteenBits) {
