@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "../core/detail.h"
+#include "../core/detail_univ.h"
 #include "detail_scalar.h"
 
 namespace mutils {
@@ -144,17 +144,6 @@ template <class T> const char* flip_up_down(const mat_t<T>* a, void* intrp, mat_
     return nullptr;
 }
 
-/// The universal frame: null arguments, then equal element types, then the typed member of
-/// that type when the family has one.
-template <class Types, class F> const char* univ_pair(const _univ_mat* a, _univ_mat* r, Types types, F&& f) {
-    if (!a || !r) return msg::null_pointer;
-    if (a->type != r->type) return msg::illegal_data_type;
-    return dispatch(r->type, types, [&](auto t) {
-        using T = typename decltype(t)::type;
-        return f(as<T>(a), as<T>(r));
-    });
-}
-
 }  // namespace
 }  // namespace detail
 
@@ -200,48 +189,48 @@ MUTILS_STRUCT_REAL(s32, int32_t)
 #undef MUTILS_STRUCT_REAL
 
 const char* matuniv_assign_submat(const _univ_mat* a, int32_t r0, int32_t c0, void* i, _univ_mat* r) {
-    return univ_pair(a, r, all_types{}, [&](auto* ta, auto* tr) {
-        return assign_submat<elem_of<std::remove_pointer_t<decltype(tr)>>>(ta, r0, c0, i, tr);
-    });
+    return univ_call(all_types{}, [&](auto t, auto* ta, auto* tr) {
+        return assign_submat<MUTILS_T(t)>(ta, r0, c0, i, tr);
+    }, a, r);
 }
 
 const char* matuniv_extract(const _univ_mat* a, int32_t r0, int32_t c0, void* i, _univ_mat* r) {
-    return univ_pair(a, r, all_types{}, [&](auto* ta, auto* tr) {
-        return extract<elem_of<std::remove_pointer_t<decltype(tr)>>>(ta, r0, c0, i, tr);
-    });
+    return univ_call(all_types{}, [&](auto t, auto* ta, auto* tr) {
+        return extract<MUTILS_T(t)>(ta, r0, c0, i, tr);
+    }, a, r);
 }
 
 const char* matuniv_assign_zeropad(const _univ_mat* a, void* i, _univ_mat* r) {
-    return univ_pair(a, r, real_types{}, [&](auto* ta, auto* tr) {
-        return assign_zeropad<elem_of<std::remove_pointer_t<decltype(tr)>>>(ta, i, tr);
-    });
+    return univ_call(real_types{}, [&](auto t, auto* ta, auto* tr) {
+        return assign_zeropad<MUTILS_T(t)>(ta, i, tr);
+    }, a, r);
 }
 
 const char* matuniv_transpose(const _univ_mat* a, void* i, _univ_mat* r) {
-    return univ_pair(a, r, all_types{}, [&](auto* ta, auto* tr) {
-        return transpose<elem_of<std::remove_pointer_t<decltype(tr)>>>(ta, i, tr);
-    });
+    return univ_call(all_types{}, [&](auto t, auto* ta, auto* tr) {
+        return transpose<MUTILS_T(t)>(ta, i, tr);
+    }, a, r);
 }
 
 const char* matuniv_translate(const _univ_mat* a, int32_t dr, int32_t dc, _univ_scalar fill, void* i, _univ_mat* r) {
-    return univ_pair(a, r, real_types{}, [&](auto* ta, auto* tr) {
-        using T = elem_of<std::remove_pointer_t<decltype(tr)>>;
+    return univ_call(real_types{}, [&](auto t, auto* ta, auto* tr) {
+        using T = MUTILS_T(t);
         T value;
         MUTILS_TRY(read_scalar<T>(fill, &value));
         return translate<T>(ta, dr, dc, value, i, tr);
-    });
+    }, a, r);
 }
 
 const char* matuniv_flip_left_right(const _univ_mat* a, void* i, _univ_mat* r) {
-    return univ_pair(a, r, all_types{}, [&](auto* ta, auto* tr) {
-        return flip_left_right<elem_of<std::remove_pointer_t<decltype(tr)>>>(ta, i, tr);
-    });
+    return univ_call(all_types{}, [&](auto t, auto* ta, auto* tr) {
+        return flip_left_right<MUTILS_T(t)>(ta, i, tr);
+    }, a, r);
 }
 
 const char* matuniv_flip_up_down(const _univ_mat* a, void* i, _univ_mat* r) {
-    return univ_pair(a, r, all_types{}, [&](auto* ta, auto* tr) {
-        return flip_up_down<elem_of<std::remove_pointer_t<decltype(tr)>>>(ta, i, tr);
-    });
+    return univ_call(all_types{}, [&](auto t, auto* ta, auto* tr) {
+        return flip_up_down<MUTILS_T(t)>(ta, i, tr);
+    }, a, r);
 }
 
 }  // namespace mutils
