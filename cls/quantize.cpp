@@ -98,13 +98,11 @@ template <class T> const char* quantize_angle(const mat_t<T>* x, const mat_t<T>*
 // Universal frame: dispatch on the data's type, codebook brought to it, result must be u32.
 template <class Types, class F>
 const char* quantize_univ(const _univ_mat* x, const _univ_mat* c, void* intrp, _univ_mat* r, F typed) {
-    if (!x || !c || !r) return msg::null_pointer;
-    if (r->type != MUTIL_UINT32) return msg::illegal_data_type;
-    return dispatch(x->type, Types{}, [&](auto t) -> const char* {
-        using T = typename decltype(t)::type;
+    return univ_call(Types{}, with(x, pass(c), fixed<uint32_t>(r)), [&](auto t, auto* tx, auto* uc, auto* tr) -> const char* {
+        using T = MUTILS_T(t);
         _univ_mat cc;
-        MUTILS_TRY(to_common(c, x->type, intrp, &cc));
-        return typed(type_tag<T>{}, as<T>(x), as<T>(&cc), as<uint32_t>(r));
+        MUTILS_TRY(to_common(uc, x->type, intrp, &cc));
+        return typed(t, tx, as<T>(&cc), tr);
     });
 }
 

@@ -236,3 +236,5 @@ _mutil_errcode err_lookup(const char* message);
         mutils::NAME ARGS;                    \
         return mutils::MUTIL_ERR_OK;          \
     }
+
+#include "detail_univ.h"  // the universal-member frame, built on the helpers above

@@ -3,9 +3,10 @@
 #include <cstdlib>
 #include <new>
 
-// Under AddressSanitizer the unused room of every arena chunk, and the padding after each
-// block, is poisoned: a read or write past the end of a block is reported like one past a
-// malloc'ed block, although both live in the same chunk.
+// Under AddressSanitizer the unused room of every arena chunk, a red zone of one alignment unit
+// after each block, and every chunk a scope releases are poisoned: a read or write past the end
+// of a block, or into a released one, is reported like one past a malloc'ed block, although
+// all of them live in the same chunk.
 #if defined(__SANITIZE_ADDRESS__)
 #define MUTILS_ARENA_POISON 1
 #elif defined(__has_feature)
@@ -139,6 +140,9 @@ void* ImcAllocator::allocate_array(std::size_t bytes) {
     if (bytes == 0) bytes = 1;
     if (bytes > (std::size_t(1) << 46)) Throw("out of memory", 0xFFFFFFFFu);
     std::size_t need = (bytes + kAlign - 1) & ~(kAlign - 1);
+#if defined(MUTILS_ARENA_POISON)
+    need += kAlign;  // a poisoned red zone after every block, even one whose size fills its units
+#endif
     if (!m_head || m_head->size - m_head->used < need) {
         // Grow geometrically with what is already held so many small requests stay cheap,
         // and give large requests a chunk of their own size.

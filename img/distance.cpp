@@ -192,22 +192,20 @@ MUTILS_SHAPE(s32, int32_t)
 
 const char* imguniv_transform_distance(const _univ_mat* a, _img_distance_type m, _univ_scalar value, void* intrp,
                                        _univ_mat* r) {
-    if (!a || !r) return msg::null_pointer;
-    if (r->type != MUTIL_DOUBLE || value.type != a->type) return msg::illegal_data_type;
     using distance_types = types<unsigned char, uint16_t, uint32_t, int32_t, double>;
-    return dispatch(a->type, distance_types{}, [&](auto t) {
-        using T = typename decltype(t)::type;
+    return univ_call(distance_types{}, with(a, fixed<double>(r)), [&](auto t, auto* ta, auto* tr) -> const char* {
+        using T = MUTILS_T(t);
         using S = std::conditional_t<std::is_same_v<T, uint32_t>, int32_t, T>;  // equality only: same bits
-        return transform_distance<S>(as<S>(a), m, scalar_get<S>(value), intrp, as<double>(r));
+        if (value.type != elem<T>::tag) return msg::illegal_data_type;
+        return transform_distance<S>(reinterpret_cast<const mat_t<S>*>(ta), m, scalar_get<S>(value), intrp, tr);
     });
 }
 
 const char* imguniv_convex_hull(const _univ_mat* a, _univ_scalar value, void* intrp, _univ_mat* r) {
-    if (!a || !r) return msg::null_pointer;
-    if (r->type != a->type || value.type != a->type) return msg::illegal_data_type;
-    return dispatch(a->type, types<unsigned char, uint16_t, double>{}, [&](auto t) {
-        using T = typename decltype(t)::type;
-        return convex_hull<T>(as<T>(a), scalar_get<T>(value), intrp, as<T>(r));
+    return univ_call(types<unsigned char, uint16_t, double>{}, with(a, r), [&](auto t, auto* ta, auto* tr) -> const char* {
+        using T = MUTILS_T(t);
+        if (value.type != elem<T>::tag) return msg::illegal_data_type;
+        return convex_hull<T>(ta, scalar_get<T>(value), intrp, tr);
     });
 }
 

@@ -299,9 +299,7 @@ const char* imgdbl_edge_nonmaxima_suppress(const _double_mat* v, const _double_m
     return nonmaxima(v, h, i, r);
 }
 const char* imguniv_edge_nonmaxima_suppress(const _univ_mat* v, const _univ_mat* h, void* i, _univ_mat* r) {
-    if (!v || !h || !r) return msg::null_pointer;
-    if (v->type != MUTIL_DOUBLE || h->type != MUTIL_DOUBLE || r->type != MUTIL_DOUBLE) return msg::illegal_data_type;
-    return nonmaxima(as<double>(v), as<double>(h), i, as<double>(r));
+    return univ_call(types<double>{}, with(v, h, r), [&](auto, auto* tv, auto* th, auto* tr) { return nonmaxima(tv, th, i, tr); });
 }
 const char* imguniv_threshold_hysteresis(const _univ_mat* a, double low, double high, _univ_scalar fg,
                                          _univ_scalar bg, void* i, _univ_mat* r) {

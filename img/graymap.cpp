@@ -375,11 +375,8 @@ MUTILS_THRESHOLD(dbl, double)
 
 const char* imguniv_threshold_auto(const _univ_mat* a, int32_t bins, _img_thresh_type criterion, void* intrp,
                                    _univ_mat* r, double* threshold) {
-    if (!a || !r) return msg::null_pointer;
-    if (r->type != a->type) return msg::illegal_data_type;
-    return dispatch(a->type, types<unsigned char, uint16_t, double>{}, [&](auto t) {
-        using T = typename decltype(t)::type;
-        return threshold_auto<T>(as<T>(a), bins, criterion, intrp, as<T>(r), threshold);
+    return univ_call(types<unsigned char, uint16_t, double>{}, with(a, r), [&](auto t, auto* ta, auto* tr) {
+        return threshold_auto<MUTILS_T(t)>(ta, bins, criterion, intrp, tr, threshold);
     });
 }
 #undef MUTILS_THRESHOLD
@@ -394,11 +391,8 @@ MUTILS_INVERT(dbl, double)
 #undef MUTILS_INVERT
 
 const char* imguniv_map_invert(const _univ_mat* a, void* intrp, _univ_mat* r) {
-    if (!a || !r) return msg::null_pointer;
-    if (r->type != a->type) return msg::illegal_data_type;
-    return dispatch(a->type, types<unsigned char, uint16_t, double>{}, [&](auto t) {
-        using T = typename decltype(t)::type;
-        return invert<T>(as<T>(a), intrp, as<T>(r));
+    return univ_call(types<unsigned char, uint16_t, double>{}, with(a, r), [&](auto t, auto* ta, auto* tr) {
+        return invert<MUTILS_T(t)>(ta, intrp, tr);
     });
 }
 
@@ -439,20 +433,14 @@ const char* imguniv_map_discrete_uniform(const _univ_mat* a, int32_t count, void
 
 const char* imguniv_histogram_equalize(const _univ_mat* a, int32_t levels, void* intrp, _univ_mat* r) {
     if (levels < 1) return msg::illegal_data_value;
-    if (!a || !r) return msg::null_pointer;
-    if (r->type != a->type) return msg::illegal_data_type;
-    return dispatch(a->type, equalize_types{}, [&](auto t) {
-        using T = typename decltype(t)::type;
-        return equalize<T>(as<T>(a), levels, intrp, as<T>(r));
+    return univ_call(equalize_types{}, with(a, r), [&](auto t, auto* ta, auto* tr) {
+        return equalize<MUTILS_T(t)>(ta, levels, intrp, tr);
     });
 }
 
 const char* imguniv_map_window_level(const _univ_mat* a, double low, double high, void* intrp, _univ_mat* r) {
-    if (!a || !r) return msg::null_pointer;
-    if (r->type != MUTIL_UINT8) return msg::illegal_data_type;
-    return dispatch(a->type, types<unsigned char, uint16_t, uint32_t, int32_t, double>{}, [&](auto t) {
-        using T = typename decltype(t)::type;
-        return window_level<T>(as<T>(a), low, high, intrp, as<unsigned char>(r));
+    return univ_call(types<unsigned char, uint16_t, uint32_t, int32_t, double>{}, with(a, fixed<unsigned char>(r)), [&](auto t, auto* ta, auto* tr) {
+        return window_level<MUTILS_T(t)>(ta, low, high, intrp, tr);
     });
 }
 

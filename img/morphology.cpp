@@ -142,13 +142,10 @@ const char* binary_morph(const mat_t<T>* image, const _uint8_mat* se, int64_t or
 template <BinOp Op>
 const char* binary_univ(const _univ_mat* image, const _univ_mat* se, int64_t orow, int64_t ocol,
                         const _univ_scalar& fg, const _univ_scalar& bg, _univ_mat* result) {
-    if (!image || !se || !result) return msg::null_pointer;
-    if (result->type != image->type || se->type != MUTIL_UINT8 || fg.type != image->type || bg.type != image->type)
-        return msg::illegal_data_type;
-    return dispatch(image->type, morph_types{}, [&](auto t) {
-        using T = typename decltype(t)::type;
-        return binary_morph<T, Op>(as<T>(image), as<unsigned char>(se), orow, ocol, scalar_get<T>(fg),
-                                   scalar_get<T>(bg), as<T>(result));
+    return univ_call(morph_types{}, with(image, fixed<unsigned char>(se), result), [&](auto t, auto* ti, auto* ts, auto* tr) -> const char* {
+        using T = MUTILS_T(t);
+        if (fg.type != elem<T>::tag || bg.type != elem<T>::tag) return msg::illegal_data_type;
+        return binary_morph<T, Op>(ti, ts, orow, ocol, scalar_get<T>(fg), scalar_get<T>(bg), tr);
     });
 }
 
@@ -332,11 +329,8 @@ const char* grey(const mat_t<T>* image, const mat_t<T>* se, int64_t orow, int64_
 template <GreyOp Op>
 const char* grey_univ(const _univ_mat* image, const _univ_mat* se, int64_t orow, int64_t ocol, int32_t border,
                       _univ_mat* result) {
-    if (!image || !se || !result) return msg::null_pointer;
-    if (se->type != image->type || result->type != image->type) return msg::illegal_data_type;
-    return dispatch(image->type, morph_types{}, [&](auto t) {
-        using T = typename decltype(t)::type;
-        return grey<T, Op>(as<T>(image), as<T>(se), orow, ocol, border, as<T>(result));
+    return univ_call(morph_types{}, with(image, se, result), [&](auto t, auto* ti, auto* ts, auto* tr) {
+        return grey<MUTILS_T(t), Op>(ti, ts, orow, ocol, border, tr);
     });
 }
 
@@ -395,11 +389,10 @@ template <class T> const char* generate_rectangle(int64_t top, int64_t left, int
 
 template <class F> const char* generator_univ(const _univ_scalar& fg, const _univ_scalar& bg, _univ_mat* result,
                                               F&& f) {
-    if (!result) return msg::null_pointer;
-    if (fg.type != result->type || bg.type != result->type) return msg::illegal_data_type;
-    return dispatch(result->type, morph_types{}, [&](auto t) {
-        using T = typename decltype(t)::type;
-        return f(t, scalar_get<T>(fg), scalar_get<T>(bg), as<T>(result));
+    return univ_call(morph_types{}, with(result), [&](auto t, auto* tr) -> const char* {
+        using T = MUTILS_T(t);
+        if (fg.type != elem<T>::tag || bg.type != elem<T>::tag) return msg::illegal_data_type;
+        return f(t, scalar_get<T>(fg), scalar_get<T>(bg), tr);
     });
 }
 

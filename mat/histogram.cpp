@@ -222,32 +222,25 @@ MUTILS_LOOKUP(s32, int32_t)
 #undef MUTILS_LOOKUP
 
 const char* matuniv_histogram(const _univ_mat* a, double lo, double hi, unsigned char f, void* i, _uint32_mat* h) {
-    if (!a || !h) return msg::null_pointer;
-    return dispatch(a->type, histogram_types{}, [&](auto t) {
-        using T = typename decltype(t)::type;
-        return histogram<T>(as<T>(a), lo, hi, f, i, h);
+    return univ_call(histogram_types{}, with(a, h), [&](auto t, auto* ta, auto* th) {
+        return histogram<MUTILS_T(t)>(ta, lo, hi, f, i, th);
     });
 }
 
 const char* matuniv_threshold(const _univ_mat* a, double lo, double hi, _univ_scalar outside, _univ_scalar inside,
                               void* i, _univ_mat* r) {
-    if (!a || !r) return msg::null_pointer;
-    if (a->type != r->type) return msg::illegal_data_type;
-    return dispatch(a->type, histogram_types{}, [&](auto t) {
-        using T = typename decltype(t)::type;
+    return univ_call(histogram_types{}, with(a, r), [&](auto t, auto* ta, auto* tr) {
+        using T = MUTILS_T(t);
         T out, in;
         MUTILS_TRY(read_scalar<T>(outside, &out));
         MUTILS_TRY(read_scalar<T>(inside, &in));
-        return threshold<T>(as<T>(a), lo, hi, out, in, i, as<T>(r));
+        return threshold<T>(ta, lo, hi, out, in, i, tr);
     });
 }
 
 const char* matuniv_table_lookup(const _univ_mat* a, const _univ_mat* table, void* i, _univ_mat* r) {
-    if (!a || !table || !r) return msg::null_pointer;
-    if (a->type != r->type) return msg::illegal_data_type;
-    return dispatch(a->type, real_types{}, [&](auto t) {
-        using T = typename decltype(t)::type;
-        return table_lookup<T>(as<T>(a), table, i, as<T>(r));
+    return univ_call(real_types{}, with(a, pass(table), r), [&](auto t, auto* ta, auto* tt, auto* tr) {
+        return table_lookup<MUTILS_T(t)>(ta, tt, i, tr);
     });
 }
 

@@ -552,10 +552,9 @@ const char* matdbl_lu_decomposition(const _double_mat* a, void* i, _sint32_mat* 
     return lu_decomposition(a, i, index, lu);
 }
 const char* matuniv_lu_decomposition(const _univ_mat* a, void* i, _univ_mat* index, _univ_mat* lu) {
-    if (!a || !index || !lu) return msg::null_pointer;
-    if (a->type != MUTIL_DOUBLE || lu->type != MUTIL_DOUBLE || index->type != MUTIL_SINT32)
-        return msg::illegal_data_type;
-    return lu_decomposition(as<double>(a), i, as<int32_t>(index), as<double>(lu));
+    return univ_call(types<double>{}, with(a, fixed<int32_t>(index), lu), [&](auto, auto* ta, auto* tx, auto* tlu) {
+        return lu_decomposition(ta, i, tx, tlu);
+    });
 }
 
 const char* matdbl_lu_solve(const _double_mat* lu, const _double_mat* b, const _sint32_mat* index, void* i,
@@ -563,17 +562,14 @@ const char* matdbl_lu_solve(const _double_mat* lu, const _double_mat* b, const _
     return lu_solve(lu, b, index, i, x);
 }
 const char* matuniv_lu_solve(const _univ_mat* lu, const _univ_mat* b, const _univ_mat* index, void* i, _univ_mat* x) {
-    if (!lu || !b || !index || !x) return msg::null_pointer;
-    if (lu->type != MUTIL_DOUBLE || b->type != MUTIL_DOUBLE || x->type != MUTIL_DOUBLE || index->type != MUTIL_SINT32)
-        return msg::illegal_data_type;
-    return lu_solve(as<double>(lu), as<double>(b), as<int32_t>(index), i, as<double>(x));
+    return univ_call(types<double>{}, with(lu, b, fixed<int32_t>(index), x), [&](auto, auto* tlu, auto* tb, auto* tx, auto* r) {
+        return lu_solve(tlu, tb, tx, i, r);
+    });
 }
 
 const char* matdbl_inverse(const _double_mat* a, void* i, _double_mat* r) { return inverse(a, i, r); }
 const char* matuniv_inverse(const _univ_mat* a, void* i, _univ_mat* r) {
-    if (!a || !r) return msg::null_pointer;
-    if (a->type != MUTIL_DOUBLE || r->type != MUTIL_DOUBLE) return msg::illegal_data_type;
-    return inverse(as<double>(a), i, as<double>(r));
+    return univ_call(types<double>{}, with(a, r), [&](auto, auto* ta, auto* tr) { return inverse(ta, i, tr); });
 }
 
 const char* matdbl_non_negative_least_squares(const _double_mat* a, const _double_mat* b, void* i, _double_mat* x) {

@@ -280,16 +280,6 @@ template <class T> const char* unique(const mat_t<T>* a, unsigned char first_app
     return nullptr;
 }
 
-/// The universal frame for A and a result that must have A's type.
-template <class Types, class F> const char* univ_same(const _univ_mat* a, _univ_mat* r, Types types, F&& f) {
-    if (!a || !r) return msg::null_pointer;
-    if (a->type != r->type) return msg::illegal_data_type;
-    return dispatch(a->type, types, [&](auto t) {
-        using T = typename decltype(t)::type;
-        return f(t, as<T>(a), as<T>(r));
-    });
-}
-
 using permute_types = types<unsigned char, int16_t, int32_t, float, double>;
 
 }  // namespace
@@ -325,38 +315,27 @@ MUTILS_PERMUTE(s32, int32_t)
 #undef MUTILS_PERMUTE
 
 const char* matuniv_sort_index_partial(const _univ_mat* a, const _sint32_mat* p, void* i, _sint32_mat* x) {
-    if (!a || !x) return msg::null_pointer;
-    return dispatch(a->type, real_types{}, [&](auto t) {
-        using T = typename decltype(t)::type;
-        return sort_index_partial<T>(as<T>(a), p, i, x);
+    return univ_call(real_types{}, with(a, x), [&](auto t, auto* ta, auto* tx) {
+        return sort_index_partial<MUTILS_T(t)>(ta, p, i, tx);
     });
 }
 
 const char* matuniv_permute(const _univ_mat* a, const _sint32_mat* x, void* i, _univ_mat* r) {
-    if (!x) return msg::null_pointer;
-    return univ_same(a, r, permute_types{}, [&](auto t, auto* ta, auto* tr) {
-        return permute<typename decltype(t)::type>(ta, x, i, tr);
+    return univ_call(permute_types{}, with(a, x, r), [&](auto t, auto* ta, auto* tx, auto* tr) {
+        return permute<MUTILS_T(t)>(ta, tx, i, tr);
     });
 }
 
 const char* matuniv_unique(const _univ_mat* a, unsigned char f, void* i, _univ_mat* r) {
-    return univ_same(a, r, real_types{}, [&](auto t, auto* ta, auto* tr) {
-        return unique<typename decltype(t)::type>(ta, f, i, tr);
-    });
+    return univ_call(real_types{}, with(a, r), [&](auto t, auto* ta, auto* tr) { return unique<MUTILS_T(t)>(ta, f, i, tr); });
 }
 
 const char* matuniv_sort(const _univ_mat* a, void* i, _univ_mat* r) {
-    return univ_same(a, r, real_types{}, [&](auto t, auto* ta, auto* tr) {
-        return sort_values<typename decltype(t)::type>(ta, i, tr);
-    });
+    return univ_call(real_types{}, with(a, r), [&](auto t, auto* ta, auto* tr) { return sort_values<MUTILS_T(t)>(ta, i, tr); });
 }
 
 const char* matuniv_median(const _univ_mat* a, void* i, double* out) {
-    if (!a || !out) return msg::null_pointer;
-    return dispatch(a->type, real_types{}, [&](auto t) {
-        using T = typename decltype(t)::type;
-        return median<T>(as<T>(a), i, out);
-    });
+    return univ_call(real_types{}, with(a, out), [&](auto t, auto* ta, auto* to) { return median<MUTILS_T(t)>(ta, i, to); });
 }
 
 const char* matuniv_quantiles(const _univ_mat* a, const _univ_mat* q, void* i, _univ_mat* r) {

@@ -300,24 +300,6 @@ const char* mean_squared_error(const _univ_mat* a, const _univ_mat* b, void* int
     return nullptr;
 }
 
-template <class F> const char* univ_one(const _univ_mat* a, F&& f) {
-    if (!a) return msg::null_pointer;
-    return dispatch(a->type, real_types{}, [&](auto t) {
-        using T = typename decltype(t)::type;
-        return f(t, as<T>(a));
-    });
-}
-
-/// Universal frame for A, a second matrix or result of A's type, and the typed member.
-template <class F> const char* univ_two(const _univ_mat* a, const _univ_mat* b, F&& f) {
-    if (!a || !b) return msg::null_pointer;
-    if (a->type != b->type) return msg::illegal_data_type;
-    return dispatch(a->type, real_types{}, [&](auto t) {
-        using T = typename decltype(t)::type;
-        return f(t, as<T>(a), as<T>(b));
-    });
-}
-
 }  // namespace
 }  // namespace detail
 
@@ -367,59 +349,38 @@ MUTILS_STATS(s32, int32_t)
 #undef MUTILS_STATS_SHARED
 
 const char* matuniv_sum(const _univ_mat* a, void* i, _univ_scalar* s) {
-    if (!s) return msg::null_pointer;
-    return univ_one(a, [&](auto t, auto* ta) {
-        using T = typename decltype(t)::type;
+    return univ_call(real_types{}, with(a, s), [&](auto t, auto* ta, auto* ts) {
+        using T = MUTILS_T(t);
         bits_t<T> v;
         MUTILS_TRY(sum<bits_t<T>>(bits<T>(ta), i, &v));
-        *s = make_scalar<T>(T(v));
+        *ts = make_scalar<T>(T(v));
         return static_cast<const char*>(nullptr);
     });
 }
 
-const char* matuniv_cumulative_sum(const _univ_mat* a, void* i, _univ_mat* r) {
-    return univ_two(a, r, [&](auto t, auto* ta, auto* tr) {
-        using T = typename decltype(t)::type;
-        return cumulative_sum<bits_t<T>>(bits<T>(ta), i, bits<T>(const_cast<mat_t<T>*>(tr)));
-    });
-}
-
-const char* matuniv_sum_rows(const _univ_mat* a, void* i, _univ_mat* r) {
-    return univ_two(a, r, [&](auto t, auto* ta, auto* tr) {
-        using T = typename decltype(t)::type;
-        return sum_rows<bits_t<T>>(bits<T>(ta), i, bits<T>(const_cast<mat_t<T>*>(tr)));
-    });
-}
-
-const char* matuniv_sum_cols(const _univ_mat* a, void* i, _univ_mat* r) {
-    return univ_two(a, r, [&](auto t, auto* ta, auto* tr) {
-        using T = typename decltype(t)::type;
-        return sum_cols<bits_t<T>>(bits<T>(ta), i, bits<T>(const_cast<mat_t<T>*>(tr)));
-    });
-}
+/// Cumulative sums and row and column sums: signed types run the unsigned body of their width.
+#define MUTILS_UNIV_SUMS(NAME)                                                                   \
+    const char* matuniv_##NAME(const _univ_mat* a, void* i, _univ_mat* r) {                       \
+        return univ_call(real_types{}, with(a, r), [&](auto t, auto* ta, auto* tr) {              \
+            return NAME<bits_t<MUTILS_T(t)>>(bits<MUTILS_T(t)>(ta), i, bits<MUTILS_T(t)>(tr));    \
+        });                                                                                       \
+    }
+MUTILS_UNIV_SUMS(cumulative_sum)
+MUTILS_UNIV_SUMS(sum_rows)
+MUTILS_UNIV_SUMS(sum_cols)
+#undef MUTILS_UNIV_SUMS
 
 const char* matuniv_min(const _univ_mat* a, const _univ_mat* b, void* i, _univ_mat* r) {
-    if (!r) return msg::null_pointer;
-    return univ_two(a, b, [&](auto t, auto* ta, auto* tb) -> const char* {
-        using T = typename decltype(t)::type;
-        if (r->type != a->type) return msg::illegal_data_type;
-        return pick<Min, T>(ta, tb, i, as<T>(r));
-    });
+    return univ_call(real_types{}, with(a, b, r), [&](auto t, auto* x, auto* y, auto* z) { return pick<Min, MUTILS_T(t)>(x, y, i, z); });
 }
 
 const char* matuniv_max(const _univ_mat* a, const _univ_mat* b, void* i, _univ_mat* r) {
-    if (!r) return msg::null_pointer;
-    return univ_two(a, b, [&](auto t, auto* ta, auto* tb) -> const char* {
-        using T = typename decltype(t)::type;
-        if (r->type != a->type) return msg::illegal_data_type;
-        return pick<Max, T>(ta, tb, i, as<T>(r));
-    });
+    return univ_call(real_types{}, with(a, b, r), [&](auto t, auto* x, auto* y, auto* z) { return pick<Max, MUTILS_T(t)>(x, y, i, z); });
 }
 
 const char* matuniv_range(const _univ_mat* a, void* i, _univ_scalar* min, _univ_scalar* max) {
-    if (!min || !max) return msg::null_pointer;
-    return univ_one(a, [&](auto t, auto* ta) {
-        using T = typename decltype(t)::type;
+    return univ_call(real_types{}, with(a, min, max), [&](auto t, auto* ta, auto*, auto*) {
+        using T = MUTILS_T(t);
         T lo, hi;
         MUTILS_TRY(range<T>(ta, i, &lo, &hi));
         *min = make_scalar<T>(lo);
@@ -430,9 +391,8 @@ const char* matuniv_range(const _univ_mat* a, void* i, _univ_scalar* min, _univ_
 
 const char* matuniv_range_robust(const _univ_mat* a, double lower, double upper, void* i, _univ_scalar* min,
                                  _univ_scalar* max) {
-    if (!min || !max) return msg::null_pointer;
-    return univ_one(a, [&](auto t, auto* ta) {
-        using T = typename decltype(t)::type;
+    return univ_call(real_types{}, with(a, min, max), [&](auto t, auto* ta, auto*, auto*) {
+        using T = MUTILS_T(t);
         validate(ta);
         T l, u, lo, hi;
         if (!(lower <= upper) || !narrow_bounds<T>(lower, upper, &l, &u)) return msg::illegal_data_value;
@@ -444,22 +404,19 @@ const char* matuniv_range_robust(const _univ_mat* a, double lower, double upper,
 }
 
 const char* matuniv_entropy(const _univ_mat* a, void* i, double* h) {
-    return univ_one(a, [&](auto t, auto* ta) {
-        using T = typename decltype(t)::type;
-        return entropy<T>(ta, i, h);
-    });
+    return univ_call(real_types{}, with(a), [&](auto t, auto* ta) { return entropy<MUTILS_T(t)>(ta, i, h); });
 }
 
 const char* matuniv_number_equal(const _univ_mat* a, const _univ_mat* b, void* i, uint32_t* count) {
-    return univ_two(a, b, [&](auto t, auto* ta, auto* tb) {
-        using T = typename decltype(t)::type;
+    return univ_call(real_types{}, with(a, b), [&](auto t, auto* ta, auto* tb) {
+        using T = MUTILS_T(t);
         return number_equal<bits_t<T>>(bits<T>(ta), bits<T>(tb), i, count);
     });
 }
 
 const char* matuniv_number_equal_scalar(const _univ_mat* a, _univ_scalar s, void* i, uint32_t* count) {
-    return univ_one(a, [&](auto t, auto* ta) -> const char* {
-        using T = typename decltype(t)::type;
+    return univ_call(real_types{}, with(a), [&](auto t, auto* ta) -> const char* {
+        using T = MUTILS_T(t);
         if (s.type < 0 || s.type > MUTIL_DOUBLE) return msg::illegal_data_type;
         T v{};
         if (exact_value<T>(scalar_value(s), &v)) return number_equal_scalar<T>(ta, v, i, count);

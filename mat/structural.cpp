@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "../core/detail_univ.h"
+#include "../core/detail.h"
 #include "detail_scalar.h"
 
 namespace mutils {
@@ -189,48 +189,48 @@ MUTILS_STRUCT_REAL(s32, int32_t)
 #undef MUTILS_STRUCT_REAL
 
 const char* matuniv_assign_submat(const _univ_mat* a, int32_t r0, int32_t c0, void* i, _univ_mat* r) {
-    return univ_call(all_types{}, [&](auto t, auto* ta, auto* tr) {
+    return univ_call(all_types{}, with(a, r), [&](auto t, auto* ta, auto* tr) {
         return assign_submat<MUTILS_T(t)>(ta, r0, c0, i, tr);
-    }, a, r);
+    });
 }
 
 const char* matuniv_extract(const _univ_mat* a, int32_t r0, int32_t c0, void* i, _univ_mat* r) {
-    return univ_call(all_types{}, [&](auto t, auto* ta, auto* tr) {
+    return univ_call(all_types{}, with(a, r), [&](auto t, auto* ta, auto* tr) {
         return extract<MUTILS_T(t)>(ta, r0, c0, i, tr);
-    }, a, r);
+    });
 }
 
 const char* matuniv_assign_zeropad(const _univ_mat* a, void* i, _univ_mat* r) {
-    return univ_call(real_types{}, [&](auto t, auto* ta, auto* tr) {
+    return univ_call(real_types{}, with(a, r), [&](auto t, auto* ta, auto* tr) {
         return assign_zeropad<MUTILS_T(t)>(ta, i, tr);
-    }, a, r);
+    });
 }
 
 const char* matuniv_transpose(const _univ_mat* a, void* i, _univ_mat* r) {
-    return univ_call(all_types{}, [&](auto t, auto* ta, auto* tr) {
+    return univ_call(all_types{}, with(a, r), [&](auto t, auto* ta, auto* tr) {
         return transpose<MUTILS_T(t)>(ta, i, tr);
-    }, a, r);
+    });
 }
 
 const char* matuniv_translate(const _univ_mat* a, int32_t dr, int32_t dc, _univ_scalar fill, void* i, _univ_mat* r) {
-    return univ_call(real_types{}, [&](auto t, auto* ta, auto* tr) {
+    return univ_call(real_types{}, with(a, r), [&](auto t, auto* ta, auto* tr) {
         using T = MUTILS_T(t);
         T value;
         MUTILS_TRY(read_scalar<T>(fill, &value));
         return translate<T>(ta, dr, dc, value, i, tr);
-    }, a, r);
+    });
 }
 
 const char* matuniv_flip_left_right(const _univ_mat* a, void* i, _univ_mat* r) {
-    return univ_call(all_types{}, [&](auto t, auto* ta, auto* tr) {
+    return univ_call(all_types{}, with(a, r), [&](auto t, auto* ta, auto* tr) {
         return flip_left_right<MUTILS_T(t)>(ta, i, tr);
-    }, a, r);
+    });
 }
 
 const char* matuniv_flip_up_down(const _univ_mat* a, void* i, _univ_mat* r) {
-    return univ_call(all_types{}, [&](auto t, auto* ta, auto* tr) {
+    return univ_call(all_types{}, with(a, r), [&](auto t, auto* ta, auto* tr) {
         return flip_up_down<MUTILS_T(t)>(ta, i, tr);
-    }, a, r);
+    });
 }
 
 }  // namespace mutils

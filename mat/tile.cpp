@@ -132,21 +132,11 @@ MUTILS_TILE(cpx, _dcomplex)
 #undef MUTILS_TILE
 
 const char* matuniv_tile(const _univ_mat* a, int32_t tr, int32_t tc, void* i, _univ_mat* r) {
-    if (!a || !r) return msg::null_pointer;
-    if (a->type != r->type) return msg::illegal_data_type;
-    return dispatch(r->type, all_types{}, [&](auto t) {
-        using T = typename decltype(t)::type;
-        return tile<T>(as<T>(a), tr, tc, i, as<T>(r));
-    });
+    return univ_call(all_types{}, with(a, r), [&](auto t, auto* ta, auto* tx) { return tile<MUTILS_T(t)>(ta, tr, tc, i, tx); });
 }
 
 const char* matuniv_untile(const _univ_mat* a, int32_t tr, int32_t tc, void* i, _univ_mat* r) {
-    if (!a || !r) return msg::null_pointer;
-    if (a->type != r->type) return msg::illegal_data_type;
-    return dispatch(r->type, all_types{}, [&](auto t) {
-        using T = typename decltype(t)::type;
-        return untile<T>(as<T>(a), tr, tc, i, as<T>(r));
-    });
+    return univ_call(all_types{}, with(a, r), [&](auto t, auto* ta, auto* tx) { return untile<MUTILS_T(t)>(ta, tr, tc, i, tx); });
 }
 
 void matset_tile(const _mat_set* s, void* intrp, _univ_mat* r) {

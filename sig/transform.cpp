@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "../core/detail.h"
 #include "detail_fft.h"
 
 namespace mutils {
@@ -51,13 +52,6 @@ template <class In> const char* dft(const mat_t<In>* in, unsigned char inverse, 
     return dft_columns(in->data, in->nrow, in->ncol, inverse == 1 ? 1 : -1, out->data, poll);
 }
 
-/// The universal frame of the real transforms: double input, result of the input's type.
-template <class F> const char* univ_real(const _univ_mat* in, const _univ_mat* out, F&& f) {
-    if (!in || !out) return msg::null_pointer;
-    if (in->type != MUTIL_DOUBLE || out->type != in->type) return msg::illegal_data_type;
-    return f(as<double>(in), as<double>(const_cast<_univ_mat*>(out)));
-}
-
 }  // namespace
 }  // namespace detail
 
@@ -75,21 +69,21 @@ const char* sigcpx_transform_discrete_fourier(const _dcomplex_mat* in, unsigned 
 
 const char* siguniv_transform_discrete_fourier(const _univ_mat* in, unsigned char inverse, void* intrp,
                                                _univ_mat* out) {
-    if (!in || !out) return msg::null_pointer;
-    if (out->type != MUTIL_DCOMPLEX) return msg::illegal_data_type;
-    return dispatch(in->type, types<double, _dcomplex>{}, [&](auto t) {
-        using T = typename decltype(t)::type;
-        return dft<T>(as<T>(in), inverse, intrp, as<_dcomplex>(out));
+    return univ_call(types<double, _dcomplex>{}, with(in, fixed<_dcomplex>(out)), [&](auto t, auto* a, auto* r) {
+        return dft<MUTILS_T(t)>(a, inverse, intrp, r);
     });
 }
 
-#define MUTILS_UNIV_REAL(NAME)                                                                         \
-    const char* siguniv_##NAME(const _univ_mat* in, void* intrp, _univ_mat* out) {                      \
-        return univ_real(in, out, [&](auto* a, auto* r) { return sigdbl_##NAME(a, intrp, r); });        \
+/// The real transforms: a double input and a result of the input's type.
+#define MUTILS_UNIV_REAL(NAME)                                                                   \
+    const char* siguniv_##NAME(const _univ_mat* in, void* intrp, _univ_mat* out) {                \
+        return univ_call(types<double>{}, with(in, out),                                          \
+                         [&](auto, auto* a, auto* r) { return sigdbl_##NAME(a, intrp, r); });     \
     }
-#define MUTILS_UNIV_REAL_FLAG(NAME)                                                                    \
-    const char* siguniv_##NAME(const _univ_mat* in, unsigned char inverse, void* intrp, _univ_mat* out) { \
-        return univ_real(in, out, [&](auto* a, auto* r) { return sigdbl_##NAME(a, inverse, intrp, r); }); \
+#define MUTILS_UNIV_REAL_FLAG(NAME)                                                                         \
+    const char* siguniv_##NAME(const _univ_mat* in, unsigned char inverse, void* intrp, _univ_mat* out) {   \
+        return univ_call(types<double>{}, with(in, out),                                                    \
+                         [&](auto, auto* a, auto* r) { return sigdbl_##NAME(a, inverse, intrp, r); });      \
     }
 MUTILS_UNIV_REAL(transform_discrete_cosine_II)
 MUTILS_UNIV_REAL(transform_discrete_cosine_II_inverse)

@@ -49,6 +49,26 @@ TEST(MemoryBoundsDeathTest, WritePastAnArenaBlockIsReported) {
             p[10] = 1;
         },
         "use-after-poison");
+    // A block that fills its alignment units exactly still has a red zone after it.
+    EXPECT_DEATH(
+        {
+            Hux::ArenaScope scope;
+            auto* p = static_cast<volatile double*>(Hux::ImcAllocator::m_current->allocate_array(64 * sizeof(double)));
+            Hux::ImcAllocator::m_current->allocate_array(64);
+            p[64] = 1.0;
+        },
+        "use-after-poison");
+    // A block released with its scope is poisoned too.
+    EXPECT_DEATH(
+        {
+            volatile char* p;
+            {
+                Hux::ArenaScope scope;
+                p = static_cast<volatile char*>(Hux::ImcAllocator::m_current->allocate_array(16));
+            }
+            p[0] = 1;
+        },
+        "use-after-poison");
 }
 #endif
 
