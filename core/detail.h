@@ -60,6 +60,19 @@ template <class T> struct wrap_of<T, true> {
 };
 template <class T> using wrap_t = typename wrap_of<T>::type;
 
+/// The element type whose body a family runs for T where only the bits matter (sums,
+/// differences, products, bit operations, equality, moves): same-width integer types share the
+/// unsigned one; other types run their own.
+template <class T, bool = std::is_integral_v<T>> struct bits_of { using type = T; };
+template <class T> struct bits_of<T, true> { using type = std::make_unsigned_t<T>; };
+template <class T> using bits_t = typename bits_of<T>::type;
+
+/// A typed record seen as the record of its bits type (the layouts coincide).
+template <class T> inline const mat_t<bits_t<T>>* bits(const mat_t<T>* m) {
+    return reinterpret_cast<const mat_t<bits_t<T>>*>(m);
+}
+template <class T> inline mat_t<bits_t<T>>* bits(mat_t<T>* m) { return reinterpret_cast<mat_t<bits_t<T>>*>(m); }
+
 template <class T> inline constexpr bool is_integer_elem = std::is_integral_v<T>;
 template <class T> inline constexpr bool is_complex_elem = std::is_same_v<T, _dcomplex>;
 
@@ -237,4 +250,5 @@ _mutil_errcode err_lookup(const char* message);
         return mutils::MUTIL_ERR_OK;          \
     }
 
-#include "detail_univ.h"  // the universal-member frame, built on the helpers above
+#include "detail_scalar.h"  // reading universal scalars in an element type
+#include "detail_univ.h"    // the universal-member frame, built on the helpers above

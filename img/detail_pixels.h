@@ -4,7 +4,6 @@
 #include <type_traits>
 
 #include "../core/detail.h"
-#include "../mat/detail_mat.h"
 
 namespace mutils {
 namespace detail {

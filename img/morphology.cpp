@@ -112,10 +112,11 @@ template <class T> const char* binary_checks(const mat_t<T>* image, const _uint8
     return fg == bg ? msg::illegal_data_value : nullptr;
 }
 
-/// The binary families: erode, dilate, open (erode, dilate) and close (dilate, erode).
-enum class BinOp { erode, dilate, open, close };
+/// The four operations of the binary and the grey-scale families: erode, dilate, open (erode,
+/// dilate) and close (dilate, erode).
+enum class MorphOp { erode, dilate, open, close };
 
-template <class T, BinOp Op>
+template <class T, MorphOp Op>
 const char* binary_morph(const mat_t<T>* image, const _uint8_mat* se, int64_t orow, int64_t ocol, T fg, T bg,
                          mat_t<T>* result) {
     MUTILS_TRY(binary_checks<T>(image, se, fg, bg, result));
@@ -124,13 +125,13 @@ const char* binary_morph(const mat_t<T>* image, const _uint8_mat* se, int64_t or
     BitImage src = bit_image(image->nrow, image->ncol);
     pack_equal(image->data, fg, src);
     BitImage a = bit_image(image->nrow, image->ncol);
-    if constexpr (Op == BinOp::erode) {
+    if constexpr (Op == MorphOp::erode) {
         bit_morph<false>(src, runs, orow, ocol, a);
-    } else if constexpr (Op == BinOp::dilate) {
+    } else if constexpr (Op == MorphOp::dilate) {
         bit_morph<true>(src, runs, orow, ocol, a);
     } else {
         // Both steps write fg / bg, so the intermediate's foreground is exactly its bit image.
-        constexpr bool first_dilates = Op == BinOp::close;
+        constexpr bool first_dilates = Op == MorphOp::close;
         BitImage mid = bit_image(image->nrow, image->ncol);
         bit_morph<first_dilates>(src, runs, 0, 0, mid);
         bit_morph<!first_dilates>(mid, runs, 0, 0, a);
@@ -139,7 +140,7 @@ const char* binary_morph(const mat_t<T>* image, const _uint8_mat* se, int64_t or
     return nullptr;
 }
 
-template <BinOp Op>
+template <MorphOp Op>
 const char* binary_univ(const _univ_mat* image, const _univ_mat* se, int64_t orow, int64_t ocol,
                         const _univ_scalar& fg, const _univ_scalar& bg, _univ_mat* result) {
     return univ_call(morph_types{}, with(image, fixed<unsigned char>(se), result), [&](auto t, auto* ti, auto* ts, auto* tr) -> const char* {
@@ -307,26 +308,24 @@ template <class T> const char* grey_checks(const mat_t<T>* image, const mat_t<T>
     return (border == MUTIL_BOUNDARY_ZERO || border == MUTIL_BOUNDARY_CONTINUE) ? nullptr : msg::illegal_data_value;
 }
 
-enum class GreyOp { erode, dilate, open, close };
-
-template <class T, GreyOp Op>
+template <class T, MorphOp Op>
 const char* grey(const mat_t<T>* image, const mat_t<T>* se, int64_t orow, int64_t ocol, int32_t border,
                  mat_t<T>* result) {
     MUTILS_TRY(grey_checks<T>(image, se, border, result));
-    if constexpr (Op == GreyOp::erode) {
+    if constexpr (Op == MorphOp::erode) {
         grey_morph<T, false>(image, se, orow, ocol, border, result);
-    } else if constexpr (Op == GreyOp::dilate) {
+    } else if constexpr (Op == MorphOp::dilate) {
         grey_morph<T, true>(image, se, orow, ocol, border, result);
     } else {
         Hux::ArenaScope scope;  // the intermediate image ends with the call
         mat_t<T> mid{image->nrow, image->ncol, image->nelem, work_array<T>(image->nelem)};
-        grey_morph<T, Op == GreyOp::close>(image, se, 0, 0, border, &mid);
-        grey_morph<T, Op != GreyOp::close>(&mid, se, 0, 0, border, result);
+        grey_morph<T, Op == MorphOp::close>(image, se, 0, 0, border, &mid);
+        grey_morph<T, Op != MorphOp::close>(&mid, se, 0, 0, border, result);
     }
     return nullptr;
 }
 
-template <GreyOp Op>
+template <MorphOp Op>
 const char* grey_univ(const _univ_mat* image, const _univ_mat* se, int64_t orow, int64_t ocol, int32_t border,
                       _univ_mat* result) {
     return univ_call(morph_types{}, with(image, se, result), [&](auto t, auto* ti, auto* ts, auto* tr) {
@@ -461,18 +460,8 @@ inline uint32_t code_at(const unsigned char* p, int64_t w) {
 
 /// A scalar of any real type as element type T: integers rounded half up and clipped.
 template <class T> bool scalar_as(const _univ_scalar& s, T* out) {
-    double v;
-    switch (s.type) {
-        case MUTIL_UINT8: v = s.val.u8; break;
-        case MUTIL_SINT8: v = s.val.s8; break;
-        case MUTIL_UINT16: v = s.val.u16; break;
-        case MUTIL_SINT16: v = s.val.s16; break;
-        case MUTIL_UINT32: v = s.val.u32; break;
-        case MUTIL_SINT32: v = s.val.s32; break;
-        case MUTIL_FLOAT: v = s.val.flt; break;
-        case MUTIL_DOUBLE: v = s.val.dbl; break;
-        default: return false;
-    }
+    if (s.type < 0 || s.type > MUTIL_DOUBLE) return false;
+    const double v = scalar_value(s);
     if constexpr (std::is_integral_v<T>) {
         double r = std::floor(v + 0.5);
         const double lo = double(std::numeric_limits<T>::lowest()), hi = double(std::numeric_limits<T>::max());
@@ -534,34 +523,34 @@ using namespace detail;
 #define MUTILS_MORPH_TYPED(CODE, T)                                                                                 \
     const char* img##CODE##_binary_erode(const mat_t<T>* a, const _uint8_mat* se, int32_t orow, int32_t ocol,      \
                                          T fg, T bg, void*, mat_t<T>* r) {                                          \
-        return binary_morph<T, BinOp::erode>(a, se, orow, ocol, fg, bg, r);                                         \
+        return binary_morph<T, MorphOp::erode>(a, se, orow, ocol, fg, bg, r);                                         \
     }                                                                                                               \
     const char* img##CODE##_binary_dilate(const mat_t<T>* a, const _uint8_mat* se, int32_t orow, int32_t ocol,     \
                                           T fg, T bg, void*, mat_t<T>* r) {                                         \
-        return binary_morph<T, BinOp::dilate>(a, se, orow, ocol, fg, bg, r);                                        \
+        return binary_morph<T, MorphOp::dilate>(a, se, orow, ocol, fg, bg, r);                                        \
     }                                                                                                               \
     const char* img##CODE##_binary_open(const mat_t<T>* a, const _uint8_mat* se, T fg, T bg, void*, mat_t<T>* r) { \
-        return binary_morph<T, BinOp::open>(a, se, 0, 0, fg, bg, r);                                                \
+        return binary_morph<T, MorphOp::open>(a, se, 0, 0, fg, bg, r);                                                \
     }                                                                                                               \
     const char* img##CODE##_binary_close(const mat_t<T>* a, const _uint8_mat* se, T fg, T bg, void*,               \
                                          mat_t<T>* r) {                                                             \
-        return binary_morph<T, BinOp::close>(a, se, 0, 0, fg, bg, r);                                               \
+        return binary_morph<T, MorphOp::close>(a, se, 0, 0, fg, bg, r);                                               \
     }                                                                                                               \
     const char* img##CODE##_grayscale_erode(const mat_t<T>* a, const mat_t<T>* se, int32_t orow, int32_t ocol,     \
                                             _mutil_boundary_type b, void*, mat_t<T>* r) {                          \
-        return grey<T, GreyOp::erode>(a, se, orow, ocol, b, r);                                                     \
+        return grey<T, MorphOp::erode>(a, se, orow, ocol, b, r);                                                     \
     }                                                                                                               \
     const char* img##CODE##_grayscale_dilate(const mat_t<T>* a, const mat_t<T>* se, int32_t orow, int32_t ocol,    \
                                              _mutil_boundary_type b, void*, mat_t<T>* r) {                         \
-        return grey<T, GreyOp::dilate>(a, se, orow, ocol, b, r);                                                    \
+        return grey<T, MorphOp::dilate>(a, se, orow, ocol, b, r);                                                    \
     }                                                                                                               \
     const char* img##CODE##_grayscale_open(const mat_t<T>* a, const mat_t<T>* se, _mutil_boundary_type b, void*,   \
                                            mat_t<T>* r) {                                                           \
-        return grey<T, GreyOp::open>(a, se, 0, 0, b, r);                                                            \
+        return grey<T, MorphOp::open>(a, se, 0, 0, b, r);                                                            \
     }                                                                                                               \
     const char* img##CODE##_grayscale_close(const mat_t<T>* a, const mat_t<T>* se, _mutil_boundary_type b, void*,  \
                                             mat_t<T>* r) {                                                          \
-        return grey<T, GreyOp::close>(a, se, 0, 0, b, r);                                                           \
+        return grey<T, MorphOp::close>(a, se, 0, 0, b, r);                                                           \
     }                                                                                                               \
     const char* img##CODE##_generate_disk(int32_t cr, int32_t cc, double radius, T fg, T bg, void* i,               \
                                           mat_t<T>* r) {                                                            \
@@ -579,35 +568,35 @@ MUTILS_MORPH_TYPED(dbl, double)
 
 const char* imguniv_binary_erode(const _univ_mat* a, const _univ_mat* se, int32_t orow, int32_t ocol,
                                  _univ_scalar fg, _univ_scalar bg, void*, _univ_mat* r) {
-    return binary_univ<BinOp::erode>(a, se, orow, ocol, fg, bg, r);
+    return binary_univ<MorphOp::erode>(a, se, orow, ocol, fg, bg, r);
 }
 const char* imguniv_binary_dilate(const _univ_mat* a, const _univ_mat* se, int32_t orow, int32_t ocol,
                                   _univ_scalar fg, _univ_scalar bg, void*, _univ_mat* r) {
-    return binary_univ<BinOp::dilate>(a, se, orow, ocol, fg, bg, r);
+    return binary_univ<MorphOp::dilate>(a, se, orow, ocol, fg, bg, r);
 }
 const char* imguniv_binary_open(const _univ_mat* a, const _univ_mat* se, _univ_scalar fg, _univ_scalar bg, void*,
                                 _univ_mat* r) {
-    return binary_univ<BinOp::open>(a, se, 0, 0, fg, bg, r);
+    return binary_univ<MorphOp::open>(a, se, 0, 0, fg, bg, r);
 }
 const char* imguniv_binary_close(const _univ_mat* a, const _univ_mat* se, _univ_scalar fg, _univ_scalar bg, void*,
                                  _univ_mat* r) {
-    return binary_univ<BinOp::close>(a, se, 0, 0, fg, bg, r);
+    return binary_univ<MorphOp::close>(a, se, 0, 0, fg, bg, r);
 }
 const char* imguniv_grayscale_erode(const _univ_mat* a, const _univ_mat* se, int32_t orow, int32_t ocol,
                                     _mutil_boundary_type b, void*, _univ_mat* r) {
-    return grey_univ<GreyOp::erode>(a, se, orow, ocol, b, r);
+    return grey_univ<MorphOp::erode>(a, se, orow, ocol, b, r);
 }
 const char* imguniv_grayscale_dilate(const _univ_mat* a, const _univ_mat* se, int32_t orow, int32_t ocol,
                                      _mutil_boundary_type b, void*, _univ_mat* r) {
-    return grey_univ<GreyOp::dilate>(a, se, orow, ocol, b, r);
+    return grey_univ<MorphOp::dilate>(a, se, orow, ocol, b, r);
 }
 const char* imguniv_grayscale_open(const _univ_mat* a, const _univ_mat* se, _mutil_boundary_type b, void*,
                                    _univ_mat* r) {
-    return grey_univ<GreyOp::open>(a, se, 0, 0, b, r);
+    return grey_univ<MorphOp::open>(a, se, 0, 0, b, r);
 }
 const char* imguniv_grayscale_close(const _univ_mat* a, const _univ_mat* se, _mutil_boundary_type b, void*,
                                     _univ_mat* r) {
-    return grey_univ<GreyOp::close>(a, se, 0, 0, b, r);
+    return grey_univ<MorphOp::close>(a, se, 0, 0, b, r);
 }
 const char* imguniv_generate_disk(int32_t cr, int32_t cc, double radius, _univ_scalar fg, _univ_scalar bg, void* i,
                                   _univ_mat* r) {

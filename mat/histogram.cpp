@@ -7,7 +7,6 @@
 #include "../core/detail.h"
 #include "cast.h"
 #include "detail_mat.h"
-#include "detail_scalar.h"
 
 namespace mutils {
 namespace detail {
@@ -182,7 +181,7 @@ template <class T> const char* table_lookup(const mat_t<T>* a, const _univ_mat* 
         matuniv_malloc(&converted, table->nrow, table->ncol, elem<T>::tag);
         matuniv_cast(table, 1, intrp, &converted);
     }
-    using U = shared_body_t<T>;
+    using U = bits_t<T>;
     return lookup<U>(reinterpret_cast<const mat_t<U>*>(a), static_cast<const U*>(converted.data), converted.nelem,
                      intrp, reinterpret_cast<mat_t<U>*>(r));
 }

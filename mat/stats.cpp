@@ -5,40 +5,16 @@
 
 #include "../core/detail.h"
 #include "arith.h"
-#include "detail_scalar.h"
 
 namespace mutils {
 namespace detail {
 namespace {
-
-/// A scalar of element type T carrying T's tag.
-template <class T> _univ_scalar make_scalar(T v) {
-    _univ_scalar s{};
-    s.type = elem<T>::tag;
-    if constexpr (std::is_same_v<T, unsigned char>) s.val.u8 = v;
-    else if constexpr (std::is_same_v<T, uint16_t>) s.val.u16 = v;
-    else if constexpr (std::is_same_v<T, int16_t>) s.val.s16 = v;
-    else if constexpr (std::is_same_v<T, uint32_t>) s.val.u32 = v;
-    else if constexpr (std::is_same_v<T, int32_t>) s.val.s32 = v;
-    else if constexpr (std::is_same_v<T, float>) s.val.flt = v;
-    else s.val.dbl = v;
-    return s;
-}
 
 template <class T> inline bool is_nan(T x) {
     if constexpr (std::is_floating_point_v<T>) return x != x;
     else return false;
 }
 
-/// Same-width integer members share the unsigned body where only the bits matter.
-template <class T, bool = std::is_integral_v<T>> struct bits_body { using type = T; };
-template <class T> struct bits_body<T, true> { using type = std::make_unsigned_t<T>; };
-template <class T> using bits_t = typename bits_body<T>::type;
-
-template <class T> const mat_t<bits_t<T>>* bits(const mat_t<T>* m) {
-    return reinterpret_cast<const mat_t<bits_t<T>>*>(m);
-}
-template <class T> mat_t<bits_t<T>>* bits(mat_t<T>* m) { return reinterpret_cast<mat_t<bits_t<T>>*>(m); }
 
 // ---- sums -----------------------------------------------------------------------------------
 

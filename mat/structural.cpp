@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "../core/detail.h"
-#include "detail_scalar.h"
 
 namespace mutils {
 namespace detail {

@@ -6,9 +6,8 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/install-deps.sh --fuzz
 secs=${1:-30}
-CXX=clang++ CC=clang cmake -S . -B build-fuzz -DMUTILS_FUZZ=ON -DMUTILS_SANITIZE=ON -DMUTILS_BUILD_TESTS=OFF \
-  -DMUTILS_BUILD_TOOLS=OFF -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_FLAGS_RELWITHDEBINFO="-O1 -g" >/dev/null
-cmake --build build-fuzz -j"$(nproc 2>/dev/null || echo 2)"
+cmake --preset fuzz >/dev/null
+cmake --build --preset fuzz -j"$(nproc 2>/dev/null || echo 2)"
 mkdir -p build-fuzz/findings
 rm -f build-fuzz/findings/*.summary
 # One harness: seeds copied into its working corpus, a bounded run, one summary line (the log's

@@ -6,14 +6,11 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/install-deps.sh
 jobs=$(nproc 2>/dev/null || echo 2)
+preset=release
 if [ "${1:-}" = "--sanitize" ]; then
-  dir=build-san
-  cmake -S . -B "$dir" -DMUTILS_WERROR=ON -DMUTILS_SANITIZE=ON -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-        -DCMAKE_CXX_FLAGS_RELWITHDEBINFO="-O1 -g" >/dev/null
+  preset=asan-ubsan
   export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
-else
-  dir=build
-  cmake -S . -B "$dir" -DMUTILS_WERROR=ON >/dev/null
 fi
-cmake --build "$dir" -j"$jobs"
-ctest --test-dir "$dir" --output-on-failure -j"$jobs"
+cmake --preset "$preset" >/dev/null
+cmake --build --preset "$preset" -j"$jobs"
+ctest --preset "$preset" -j"$jobs"

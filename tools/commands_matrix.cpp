@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "cli.h"
+#include "core/detail_scalar.h"
 
 namespace cli {
 
@@ -11,23 +12,10 @@ using namespace mutils;
 
 namespace {
 
-double as_double(const _univ_scalar& s) {
-    switch (s.type) {
-        case MUTIL_UINT8: return s.val.u8;
-        case MUTIL_SINT8: return s.val.s8;
-        case MUTIL_UINT16: return s.val.u16;
-        case MUTIL_SINT16: return s.val.s16;
-        case MUTIL_UINT32: return s.val.u32;
-        case MUTIL_SINT32: return s.val.s32;
-        case MUTIL_FLOAT: return s.val.flt;
-        default: return s.val.dbl;
-    }
-}
-
 std::pair<double, double> library_range(const _univ_mat& m) {
     _univ_scalar lo, hi;
     check(mutils::matuniv_range(&m, nullptr, &lo, &hi));
-    return {as_double(lo), as_double(hi)};
+    return {detail::scalar_value(lo), detail::scalar_value(hi)};
 }
 
 std::vector<uint32_t> histogram(const _univ_mat& m, double lo, double hi, int bins) {

@@ -1,5 +1,4 @@
-#include "detail_mat.h"
-#include "detail_scalar.h"
+#include "detail.h"
 
 namespace mutils {
 namespace detail {

@@ -1,12 +1,12 @@
-// Internal: reading a universal scalar in a matrix's element type, by the rule that every
-// universal operation with a scalar argument follows (not part of the installed interface).
+// Internal: universal scalars seen in an element type, by the rules every universal operation
+// with a scalar argument follows (not part of the installed interface).
 #pragma once
 
 #include <cmath>
 #include <limits>
 #include <type_traits>
 
-#include "../core/detail.h"
+#include "detail.h"
 
 namespace mutils {
 namespace detail {
@@ -58,6 +58,44 @@ template <class T> const char* read_scalar(const _univ_scalar& s, T* out) {
     }
     *out = T(v);
     return nullptr;
+}
+
+/// Brings a universal scalar to element type `target` (the tag of a result matrix):
+/// - a complex scalar or a complex target gives "Illegal data type" unless `complex_ok`, and
+///   even then a complex scalar goes only to a complex target;
+/// - the same tag is taken as it is;
+/// - otherwise a float or double scalar with an integer target gives "Illegal data type";
+///   the value is read as a double (u32 as unsigned) and an integer target admits only the
+///   symmetric ranges u8 [0, 255], s8 [-127, 127], u16 [0, 65535], s16 [-32767, 32767],
+///   u32 [0, 4294967295], s32 [-2147483647, 2147483647] ("Illegal data type" outside);
+///   a floating target takes any value, a complex one gets it as the real part.
+/// A tag outside 0..8 on either side gives "Illegal data type".
+const char* scalar_to(_univ_scalar s, int32_t target, bool complex_ok, _univ_scalar* out);
+
+/// The member of a scalar that element type T reads.
+template <class T> inline T scalar_get(const _univ_scalar& s) {
+    if constexpr (std::is_same_v<T, unsigned char>) return s.val.u8;
+    else if constexpr (std::is_same_v<T, uint16_t>) return s.val.u16;
+    else if constexpr (std::is_same_v<T, int16_t>) return s.val.s16;
+    else if constexpr (std::is_same_v<T, uint32_t>) return s.val.u32;
+    else if constexpr (std::is_same_v<T, int32_t>) return s.val.s32;
+    else if constexpr (std::is_same_v<T, float>) return s.val.flt;
+    else if constexpr (std::is_same_v<T, double>) return s.val.dbl;
+    else return s.val.cpx;
+}
+
+/// A scalar of element type T carrying T's tag.
+template <class T> inline _univ_scalar make_scalar(T v) {
+    _univ_scalar s{};
+    s.type = elem<T>::tag;
+    if constexpr (std::is_same_v<T, unsigned char>) s.val.u8 = v;
+    else if constexpr (std::is_same_v<T, uint16_t>) s.val.u16 = v;
+    else if constexpr (std::is_same_v<T, int16_t>) s.val.s16 = v;
+    else if constexpr (std::is_same_v<T, uint32_t>) s.val.u32 = v;
+    else if constexpr (std::is_same_v<T, int32_t>) s.val.s32 = v;
+    else if constexpr (std::is_same_v<T, float>) s.val.flt = v;
+    else s.val.dbl = v;
+    return s;
 }
 
 }  // namespace detail
