@@ -74,7 +74,8 @@ void add_batch_options(CLI::App* sub, BatchOptions& o, bool output_required) {
         ->check(CLI::IsMember({"png", "pgm", "pbm", "ppm", "tif", "tiff", "mat", "txt"}));
     sub->add_option("--pbm-layout", o.pbm_layout,
                     "Raw PBM rows: standard (each row padded to a byte, as netpbm and Pillow read them) or "
-                    "library (one unpadded run of bits, as the library writes them); default standard")
+                    "library (one unpadded run of bits, as the library writes them); default standard. Either is read: "
+                    "a body of equal length in both layouts is read as standard")
         ->check(CLI::IsMember({"standard", "library"}));
 }
 

@@ -111,10 +111,11 @@ struct JpegErrors {
     std::longjmp(e->jump, 1);
 }
 
-// Warnings are ignored, except running out of data: libjpeg would go on to pad the whole image,
-// which for a forged size means decoding gigapixels of nothing.
+// Warnings are ignored, except the image data ending early (at the end of the file or at the next
+// marker): libjpeg would go on to pad the whole image, which for a forged size means decoding
+// gigapixels of nothing.
 void jpeg_note(j_common_ptr c, int level) {
-    if (level < 0 && c->err->msg_code == JWRN_JPEG_EOF) jpeg_fail(c);
+    if (level < 0 && (c->err->msg_code == JWRN_JPEG_EOF || c->err->msg_code == JWRN_HIT_MARKER)) jpeg_fail(c);
 }
 
 /// Decodes a JPEG to 8-bit grey or RGB samples; returns false with r->message set on any error.
