@@ -137,7 +137,8 @@ Data load_bytes(std::string& bytes, const std::string& path, const LoadOptions& 
     std::string ext = lower_extension(path);
     const std::size_t first = bytes.find_first_not_of(" \t\r\n");
     const bool numeric = first != std::string::npos && std::strchr("0123456789+-.#", bytes[first]);
-    if (ext == "txt" || ext == "csv" || ext == "dat" || (path == "-" && numeric)) return load_text(Memory(bytes).f.get());
+    if (ext == "txt" || ext == "csv" || ext == "dat" || (path == "-" && numeric))
+        return load_text(Memory(bytes).f.get());
     if (ext == "mat" || printed_matrix(bytes)) {
         _univ_mat m;
         check(mutils::matuniv_parse(Memory(bytes).f.get(), nullptr, &m));
@@ -154,7 +155,8 @@ Data load_any(const std::string& path, const LoadOptions& o) {
         // Standard input is read whole so its format can be told from the first bytes.
         while ((n = std::fread(buf, 1, sizeof buf, stdin)) > 0) bytes.append(buf, n);
         if (bytes.empty()) throw Failure("standard input is empty");
-        if (bytes.compare(0, 4, std::string("II*\0", 4)) == 0 || bytes.compare(0, 4, std::string("MM\0*", 4)) == 0) throw Failure("TIFF cannot be read from standard input");
+        if (bytes.compare(0, 4, std::string("II*\0", 4)) == 0 || bytes.compare(0, 4, std::string("MM\0*", 4)) == 0)
+            throw Failure("TIFF cannot be read from standard input");
         return load_bytes(bytes, path, o);
     }
     File f(std::fopen(path.c_str(), "rb"));
@@ -175,6 +177,7 @@ Data load_any(const std::string& path, const LoadOptions& o) {
     bytes.assign(reinterpret_cast<const char*>(magic), got);
     while ((n = std::fread(buf, 1, sizeof buf, f.get())) > 0) bytes.append(buf, n);
     if (std::ferror(f.get())) throw Failure(std::string("cannot read (") + std::strerror(errno) + ")");
+    if (bytes.empty()) throw Failure("empty file");
     return load_bytes(bytes, path, o);
 }
 
@@ -186,7 +189,8 @@ void note(const std::string& text) { std::fprintf(stderr, "%s: note: %s\n", prog
 
 Format format_of(const std::string& path) {
     std::string ext = lower_extension(path);
-    if (ext == "jpg" || ext == "jpeg") throw Failure("JPEG files are read, not written: write " + path.substr(0, path.size() - ext.size()) + "png");
+    if (ext == "jpg" || ext == "jpeg")
+        throw Failure("JPEG files are read, not written: write " + path.substr(0, path.size() - ext.size()) + "png");
     if (path == "-") return Format::printed;
     try {
         return format_named(ext);
