@@ -107,7 +107,10 @@ struct JpegErrors {
 
 [[noreturn]] void jpeg_fail(j_common_ptr c) {
     auto* e = reinterpret_cast<JpegErrors*>(c->err);
-    (*c->err->format_message)(c, e->raster->message);
+    if (c->err->msg_code == JERR_NO_BACKING_STORE)  // progressive buffers over the memory bound
+        std::snprintf(e->raster->message, sizeof e->raster->message, "image too large");
+    else
+        (*c->err->format_message)(c, e->raster->message);
     std::longjmp(e->jump, 1);
 }
 
