@@ -5,7 +5,7 @@
 set -euo pipefail
 cd "$(dirname "$0")"
 rm -rf corpus
-mkdir -p corpus/{fuzz_parse,fuzz_text,fuzz_raw,fuzz_bits,fuzz_tiff,fuzz_pnm,fuzz_cli_load}
+mkdir -p corpus/{fuzz_parse,fuzz_text,fuzz_raw,fuzz_bits,fuzz_tiff,fuzz_pnm,fuzz_cli_load,fuzz_cli_images}
 seed() { printf "$2" > "corpus/$1/$3"; }
 
 # Printed matrices; the first byte picks the member (0 universal, 1 double ... 7 sint32).
@@ -82,6 +82,17 @@ c=corpus/fuzz_cli_load
 { printf '\x02'; cat $f/gray8.tif; } > $c/tif
 { printf '\x03'; tail -c +2 $p/univ_double; } > $c/mat
 { printf '\x04'; printf '1 2 3\n4 5 6\n'; } > $c/txt
+
+# The program's PNG, JPEG and bitmap decoders: the first byte picks 0 PNG, 1 PNG with alpha,
+# 2 JPEG, 3 PBM. Small files made by netpbm in the shapes the decoders take.
+i=corpus/fuzz_cli_images
+{ printf '\x00'; pnmtopng $tmp/g16.pgm 2>/dev/null; } > $i/png_grey16
+{ printf '\x00'; pnmtopng -interlace $tmp/rgb.ppm 2>/dev/null; } > $i/png_interlaced
+{ printf '\x01'; pnmtopng -alpha=$tmp/g8.pgm $tmp/g8.pgm 2>/dev/null; } > $i/png_grey_alpha
+{ printf '\x02'; pnmtojpeg $tmp/rgb.ppm 2>/dev/null; } > $i/jpeg_rgb
+{ printf '\x02'; pnmtojpeg -progressive $tmp/g8.pgm 2>/dev/null; } > $i/jpeg_progressive
+printf '\x03P4\n9 3\n\xa0\x80\x50\x00\xff\x80' > $i/pbm_padded
+{ printf '\x00'; pnmtopng $tmp/rgb.ppm 2>/dev/null; } > $c/png
 
 # A one-pixel TIFF claiming one 65536 x 65536 tile (a forged tile size), deflate-compressed.
 python3 - "$f/forged_tile.tif" <<'PY'

@@ -2,7 +2,8 @@
 # Installs what building, testing and benchmarking need on a fresh Debian 12 machine.
 # Usage (as root): scripts/install-deps.sh [--bench]   Idempotent; quiet when everything is present.
 set -euo pipefail
-pkgs=(build-essential cmake libgtest-dev libgmock-dev libtiff-dev libcli11-dev netpbm libtiff-tools)
+pkgs=(build-essential cmake libgtest-dev libgmock-dev libtiff-dev libcli11-dev netpbm libtiff-tools libpng-dev
+      libjpeg62-turbo-dev)
 if [ "${1:-}" = "--bench" ]; then
   pkgs+=(libbenchmark-dev libfftw3-dev libopencv-dev libopenblas-dev liblapacke-dev)
 fi

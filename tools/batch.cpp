@@ -47,7 +47,10 @@ int run_batch(const std::string& command, const std::vector<std::string>& inputs
             if (!error.empty()) {
                 ++failures;
                 if (progress) std::fputc('\n', stderr);
-                std::fprintf(stderr, "mutils %s: %s: %s\n", command.c_str(), inputs[i].c_str(), error.c_str());
+                // Loading failures already name their file.
+                const std::string name = inputs[i] == "-" ? "standard input" : inputs[i];
+                if (error.compare(0, name.size() + 2, name + ": ") != 0) error = name + ": " + error;
+                std::fprintf(stderr, "mutils %s: %s\n", command.c_str(), error.c_str());
             }
             ++done;
             if (progress) draw_progress(done, inputs.size());
@@ -67,6 +70,20 @@ void add_batch_options(CLI::App* sub, BatchOptions& o, bool output_required) {
                                 "Output file; a directory when there are several inputs (- for standard output)");
     if (output_required) out->required();
     sub->add_option("-j,--jobs", o.jobs, "Files processed in parallel")->check(CLI::Range(1, 256));
+    sub->add_option("--format", o.format, "Output format, whatever the output name says: png pgm pbm ppm tif mat txt")
+        ->check(CLI::IsMember({"png", "pgm", "pbm", "ppm", "tif", "tiff", "mat", "txt"}));
+    sub->add_option("--pbm-layout", o.pbm_layout,
+                    "Raw PBM rows: standard (each row padded to a byte, as netpbm and Pillow read them) or "
+                    "library (one unpadded run of bits, as the library writes them); default standard. Either is read: "
+                    "a body of equal length in both layouts is read as standard")
+        ->check(CLI::IsMember({"standard", "library"}));
+}
+
+SaveOptions BatchOptions::save() const {
+    SaveOptions s;
+    s.format = format;
+    s.pbm_library = pbm_layout == "library";
+    return s;
 }
 
 }  // namespace cli

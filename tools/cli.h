@@ -1,15 +1,18 @@
 // The mutils command-line program: shared pieces of its subcommands.
 //
 // Data travels between files and operations as a `Data`: one plane for a greymap or a matrix
-// file, three planes for a colour image (or any number read from a TIFF). Loading picks the
-// reader by the file's magic or extension; saving picks the writer by the output's extension
-// and writes to a temporary name first, renaming it into place only when complete.
+// file, three planes for a colour image (four with a kept alpha plane, or any number read from a
+// TIFF). Loading picks the reader by the file's first bytes (PNG, JPEG, TIFF, PBM/PGM/PPM), then
+// its extension (text) or its printed-matrix header; saving picks the writer by the output's
+// extension (or --format) and writes to a temporary name first, renaming it into place only
+// when complete.
 #pragma once
 
 #include <mutils.h>
 
 #include <CLI/CLI.hpp>
 
+#include <cstdio>
 #include <functional>
 #include <stdexcept>
 #include <string>
@@ -36,25 +39,55 @@ struct Data {
     const mutils::_univ_mat& grey() const { return planes.at(0); }
 };
 
-enum class Format { pgm, pbm, ppm, tiff, printed, text };
+/// Where the subcommand's messages start ("mutils convert"); set once by main.
+extern std::string program;
+/// One line on stderr: "<program>: note: <text>".
+void note(const std::string& text);
+
+enum class Format { pgm, pbm, ppm, tiff, printed, text, png };
 
 /// The format implied by a file name's extension (throws Failure for an unknown one).
 Format format_of(const std::string& path);
+/// The format named by a --format word: png pgm pbm ppm tif tiff mat txt.
+Format format_named(const std::string& word);
 const char* type_word(mutils::_mutil_data_type t);
 /// "u8", "uint8", "double", ... to a tag; throws Failure for an unknown word.
 mutils::_mutil_data_type parse_type(const std::string& word);
 
-/// Reads an image or matrix file; "-" reads standard input (printed-form matrix or PNM).
-Data load(const std::string& path);
+struct LoadOptions {
+    bool alpha = false;  // keep a PNG's alpha channel as a last plane (otherwise dropped, with a note)
+};
+
+/// Reads an image or matrix file; "-" reads standard input (any format but TIFF). Failures
+/// carry the file name: "<file>: <message>".
+Data load(const std::string& path, const LoadOptions& options = {});
 
 struct SaveOptions {
     double pbm_threshold = 127.5;  // pixels at or below are written dark
     bool plain = false;            // text PNM bodies (P1/P2/P3)
+    bool pbm_library = false;      // raw bitmap rows run on unpadded, as the library writes them
+    std::string format;            // a --format word overriding the file name's extension
 };
 
 /// Writes `data` to `path` ("-" is standard output) through a temporary file and a rename.
 /// Image formats need unsigned integer planes: others are mapped to 8 bits for viewing.
 void save(const std::string& path, const Data& data, const SaveOptions& options = {});
+
+// Codecs of the program itself (formats.cpp). The readers take untrusted files: every error,
+// truncation or forged size is a Failure, never a crash.
+/// PNG (1- to 16-bit grey, grey+alpha, RGB, RGBA, palette) to u8 or u16 planes; alpha is kept
+/// as a last plane only when asked, and *had_alpha tells whether the file had one.
+Data read_png(FILE* f, bool keep_alpha, bool* had_alpha);
+/// Baseline or progressive JPEG, grey or colour, to u8 planes.
+Data read_jpeg(FILE* f);
+/// One to four unsigned planes (grey, grey+alpha, RGB, RGBA) as an 8- or 16-bit PNG.
+void write_png(FILE* f, const std::vector<mutils::_univ_mat>& planes);
+/// A raw bitmap file (P4) with rows padded to whole bytes, as other programs write them, in the
+/// library's layout (one unpadded run of bits); other input comes back unchanged. The layouts
+/// are told apart by the body's length.
+std::string pbm_to_library_layout(const std::string& bytes);
+/// The library's raw bitmap file in the row-padded layout.
+std::string pbm_to_standard_layout(const std::string& bytes);
 
 /// A typed view of a universal matrix's data (no copy; writes go to the same block).
 template <class M>
@@ -88,6 +121,11 @@ struct BatchOptions {
     std::vector<std::string> inputs;
     std::string output;
     int jobs = 1;
+    std::string format;                  // --format: output format, whatever the name says
+    std::string pbm_layout = "standard";  // --pbm-layout: standard or library
+    SaveOptions save() const;
+    /// The extension of outputs written into a directory: the --format word, else `fallback`.
+    std::string extension(const std::string& fallback) const { return format.empty() ? fallback : format; }
 };
 void add_batch_options(CLI::App* sub, BatchOptions& o, bool output_required = true);
 

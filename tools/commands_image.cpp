@@ -77,7 +77,7 @@ void edges(const EdgeOptions& o, const std::string& in) {
     } else {
         check(mutils::imguniv_edge_sobel(&g, o.low, o.high, fg, bg, nullptr, &r));
     }
-    save(output_for(in, o.batch.output, o.batch.inputs.size(), "pgm"), single(r));
+    save(output_for(in, o.batch.output, o.batch.inputs.size(), o.batch.extension("pgm")), single(r), o.batch.save());
 }
 
 // ---- morphology -------------------------------------------------------------------------------
@@ -127,7 +127,7 @@ void morph(const MorphOptions& o, const std::string& in) {
         else if (o.op == "open") check(mutils::imguniv_grayscale_open(&img, &se, b, nullptr, &r));
         else if (o.op == "close") check(mutils::imguniv_grayscale_close(&img, &se, b, nullptr, &r));
         else throw Failure("grey-scale morphology has erode, dilate, open and close");
-        save(output_for(in, o.batch.output, o.batch.inputs.size(), "pgm"), single(r));
+        save(output_for(in, o.batch.output, o.batch.inputs.size(), o.batch.extension("pgm")), single(r), o.batch.save());
         return;
     }
     img = binary_of(img, o.foreground, o.level);
@@ -145,7 +145,7 @@ void morph(const MorphOptions& o, const std::string& in) {
         else if (o.op == "open") check(mutils::imguniv_binary_open(&img, &se, fg, bg, nullptr, &r));
         else check(mutils::imguniv_binary_close(&img, &se, fg, bg, nullptr, &r));
     }
-    save(output_for(in, o.batch.output, o.batch.inputs.size(), "pgm"), single(r));
+    save(output_for(in, o.batch.output, o.batch.inputs.size(), o.batch.extension("pgm")), single(r), o.batch.save());
 }
 
 // ---- labelling --------------------------------------------------------------------------------
@@ -164,7 +164,7 @@ void label(const LabelOptions& o, const std::string& in) {
     check(mutils::imguniv_connected_components(&img, static_cast<_img_connected_type>(o.four ? 0 : 1),
                                        scalar_of(img.type, o.value), o.min_size, nullptr, &labels, &count));
     std::printf("%s: %u labels (background included)\n", in.c_str(), count);
-    save(output_for(in, o.batch.output, o.batch.inputs.size(), "pgm"), single(labels));
+    save(output_for(in, o.batch.output, o.batch.inputs.size(), o.batch.extension("pgm")), single(labels), o.batch.save());
 }
 
 // ---- thresholds -------------------------------------------------------------------------------
@@ -194,7 +194,7 @@ void threshold(const ThresholdOptions& o, const std::string& in) {
         r = make(img.nrow, img.ncol, MUTIL_UINT8);
         check(mutils::imguniv_map_window_level(&img, o.low, o.high, nullptr, &r));
     }
-    save(output_for(in, o.batch.output, o.batch.inputs.size(), "pgm"), single(r));
+    save(output_for(in, o.batch.output, o.batch.inputs.size(), o.batch.extension("pgm")), single(r), o.batch.save());
 }
 
 // ---- distance and hull ------------------------------------------------------------------------
@@ -211,15 +211,14 @@ void distance(const ObjectOptions& o, const std::string& in) {
     int kind = o.metric == "euclidean" ? 0 : o.metric == "cityblock" ? 1 : 2;
     _univ_mat r = make(img.nrow, img.ncol, MUTIL_DOUBLE);
     check(mutils::imguniv_transform_distance(&img, static_cast<_img_distance_type>(kind), scalar_of(img.type, o.object), nullptr, &r));
-    std::string out = output_for(in, o.batch.output, o.batch.inputs.size(), "mat");
-    save(out, single(r));
+    save(output_for(in, o.batch.output, o.batch.inputs.size(), o.batch.extension("mat")), single(r), o.batch.save());
 }
 
 void hull(const ObjectOptions& o, const std::string& in) {
     _univ_mat img = binary_of(grey_of(load(in)), o.object, o.level);
     _univ_mat r = make(img.nrow, img.ncol, img.type);
     check(mutils::imguniv_convex_hull(&img, scalar_of(img.type, o.object), nullptr, &r));
-    save(output_for(in, o.batch.output, o.batch.inputs.size(), "pgm"), single(r));
+    save(output_for(in, o.batch.output, o.batch.inputs.size(), o.batch.extension("pgm")), single(r), o.batch.save());
 }
 
 // ---- chains and flow --------------------------------------------------------------------------

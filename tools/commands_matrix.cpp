@@ -21,13 +21,14 @@ std::pair<double, double> library_range(const _univ_mat& m) {
 std::vector<uint32_t> histogram(const _univ_mat& m, double lo, double hi, int bins) {
     _uint32_mat counts;
     mutils::matu32_malloc(&counts, bins, 1);
-    check(mutils::matuniv_histogram(&m, lo, hi, 0, nullptr, &counts));
+    // The closed interval [lo, hi]: pixels equal to the minimum belong in the first bin.
+    check(mutils::matuniv_histogram(&m, lo, hi, 1, nullptr, &counts));
     const uint32_t* c = counts.data;
     return std::vector<uint32_t>(c, c + bins);
 }
 
-void info(const std::string& path) {
-    Data d = load(path);
+void info(const std::string& path, const LoadOptions& options) {
+    Data d = load(path, options);
     std::string text = path + ": " + std::to_string(d.planes.size()) + (d.planes.size() == 1 ? " plane" : " planes");
     for (std::size_t i = 0; i < d.planes.size(); ++i) {
         const _univ_mat& m = d.planes[i];
@@ -52,11 +53,12 @@ struct ConvertOptions {
     std::string type;
     bool clip = false;
     bool plain = false;
+    bool alpha = false;
     double threshold = 127.5;
 };
 
 void convert(const ConvertOptions& o, const std::string& input) {
-    Data d = load(input);
+    Data d = load(input, LoadOptions{o.alpha});
     if (!o.type.empty()) {
         _mutil_data_type t = parse_type(o.type);
         for (auto& p : d.planes) {
@@ -66,10 +68,10 @@ void convert(const ConvertOptions& o, const std::string& input) {
             p = r;
         }
     }
-    SaveOptions s;
+    SaveOptions s = o.batch.save();
     s.plain = o.plain;
     s.pbm_threshold = o.threshold;
-    std::string ext = o.batch.output.substr(o.batch.output.find_last_of('.') + 1);
+    std::string ext = o.batch.extension(o.batch.output.substr(o.batch.output.find_last_of('.') + 1));
     save(output_for(input, o.batch.output, o.batch.inputs.size(), ext), d, s);
 }
 
@@ -77,10 +79,11 @@ struct StatsOptions {
     std::vector<std::string> inputs;
     std::vector<double> quantiles{0.25, 0.5, 0.75};
     int bins = 16;
+    bool alpha = false;
 };
 
 void stats(const StatsOptions& o, const std::string& path) {
-    Data d = load(path);
+    Data d = load(path, LoadOptions{o.alpha});
     for (std::size_t i = 0; i < d.planes.size(); ++i) {
         const _univ_mat& m = d.planes[i];
         if (m.type == MUTIL_DCOMPLEX) throw Failure("statistics need real data");
@@ -116,9 +119,13 @@ void finish(int failures) {
 
 void register_matrix_commands(CLI::App& app) {
     auto info_files = std::make_shared<std::vector<std::string>>();
+    auto info_options = std::make_shared<LoadOptions>();
     auto* i = app.add_subcommand("info", "Type, size, range and a histogram summary of image or matrix files");
     i->add_option("inputs", *info_files, "Files to describe")->required();
-    i->callback([info_files] { finish(run_batch("info", *info_files, 1, info)); });
+    i->add_flag("--alpha", info_options->alpha, "Keep a PNG's alpha channel as a last plane");
+    i->callback([info_files, info_options] {
+        finish(run_batch("info", *info_files, 1, [info_options](const std::string& p) { info(p, *info_options); }));
+    });
 
     auto c = std::make_shared<ConvertOptions>();
     auto* cv = app.add_subcommand("convert", "Convert between image formats and matrix files, with type casts");
@@ -126,6 +133,7 @@ void register_matrix_commands(CLI::App& app) {
     cv->add_option("-t,--type", c->type, "Element type of the output: u8 u16 s16 u32 s32 float double");
     cv->add_flag("--clip", c->clip, "Clip values that do not fit the type instead of failing");
     cv->add_flag("--plain", c->plain, "Write PBM/PGM/PPM bodies as text");
+    cv->add_flag("--alpha", c->alpha, "Keep a PNG's alpha channel as a last plane (a PNG output then has alpha)");
     cv->add_option("--threshold", c->threshold, "PBM: pixels at or below are dark (default 127.5)");
     cv->callback([c] {
         finish(run_batch("convert", c->batch.inputs, c->batch.jobs, [c](const std::string& in) { convert(*c, in); }));
@@ -136,6 +144,7 @@ void register_matrix_commands(CLI::App& app) {
     st->add_option("inputs", s->inputs, "Files")->required();
     st->add_option("-q,--quantiles", s->quantiles, "Probabilities of the quantiles")->delimiter(',');
     st->add_option("-b,--bins", s->bins, "Histogram bins")->check(CLI::Range(1, 65536));
+    st->add_flag("--alpha", s->alpha, "Keep a PNG's alpha channel as a last plane");
     st->callback([s] { finish(run_batch("stats", s->inputs, 1, [s](const std::string& p) { stats(*s, p); })); });
 }
 

@@ -187,6 +187,8 @@ void register_signal_commands(CLI::App& app) {
     tr->add_flag("--inverse", t->inverse, "Inverse transform");
     tr->add_option("--part", t->part, "dft: both (real and imaginary planes), real, imag or abs")
         ->check(CLI::IsMember({"both", "real", "imag", "abs"}));
+    tr->footer("dft transforms each column along the rows, so a matrix of one row (a 1 x N row vector) comes back "
+               "unchanged: pass a signal as a column (one value per line of a .txt file).");
     tr->callback([t] { transform(*t); });
 
     auto w = std::make_shared<WindowOptions>();
@@ -198,6 +200,8 @@ void register_signal_commands(CLI::App& app) {
     wi->add_option("-n,--length", w->length, "Length (default 64)")->check(CLI::Range(1, 1 << 24));
     wi->add_option("-p,--parameter", w->parameter, "raised_cosine ratio, gaussian alpha, kaiser beta, chebyshev dB");
     wi->add_option("-o,--output", w->output, "Output matrix file (- for standard output)")->required();
+    wi->footer("kaiser is the library's window, not the textbook taper: the first sample is 1/I0(beta*pi*(n-1)/n) "
+               "and every other sample is exactly 1 (beta 0 gives all ones; n = 1 gives a non-number).");
     wi->callback([w] { window(*w); });
 
     auto f = std::make_shared<TimeFreqOptions>();

@@ -90,35 +90,15 @@ _univ_mat bands(const _univ_mat& m, int32_t band) {
     return out;
 }
 
-// A 24-bit BMP copy of a PGM/PPM output, so that a browser shows it in index.html (browsers do
-// not display netpbm files). Rows go bottom-up, BGR, each padded to a multiple of four bytes.
-std::string write_bmp_copy(const std::string& dir, const std::string& name) {
+// A PNG copy of a PGM/PPM output, so that a browser shows it in index.html (browsers do not
+// display netpbm files): 8-bit planes, other types stretched to their range.
+std::string write_png_copy(const std::string& dir, const std::string& name) {
     Hux::ArenaScope scope;
     Data d = load(dir + "/" + name);
-    std::vector<const unsigned char*> rgb;
-    std::vector<_univ_mat> views;
-    for (const auto& p : d.planes) views.push_back(p.type == MUTIL_UINT8 ? p : to_viewable(p));
-    for (int k = 0; k < 3; ++k) rgb.push_back(static_cast<const unsigned char*>(views[views.size() == 3 ? k : 0].data));
-    const int32_t w = views[0].ncol, h = views[0].nrow, stride = (3 * w + 3) / 4 * 4;
-    const uint32_t image = uint32_t(stride) * uint32_t(h), total = 54 + image;
-    unsigned char head[54] = {'B', 'M'};
-    auto put = [&](int at, uint32_t v, int bytes) {
-        for (int b = 0; b < bytes; ++b) head[at + b] = static_cast<unsigned char>(v >> (8 * b));
-    };
-    put(2, total, 4), put(10, 54, 4), put(14, 40, 4), put(18, uint32_t(w), 4), put(22, uint32_t(h), 4);
-    put(26, 1, 2), put(28, 24, 2), put(34, image, 4), put(38, 2835, 4), put(42, 2835, 4);
-    const std::string bmp = name.substr(0, name.rfind('.')) + ".bmp";
-    FILE* f = std::fopen((dir + "/" + bmp).c_str(), "wb");
-    if (!f) throw Failure("cannot write " + dir + "/" + bmp);
-    std::fwrite(head, 1, sizeof head, f);
-    std::vector<unsigned char> row(std::size_t(stride), 0);
-    for (int32_t r = h - 1; r >= 0; --r) {
-        for (int32_t c = 0; c < w; ++c)
-            for (int k = 0; k < 3; ++k) row[std::size_t(3 * c + k)] = rgb[2 - k][std::size_t(r) * w + c];
-        std::fwrite(row.data(), 1, row.size(), f);
-    }
-    std::fclose(f);
-    return bmp;
+    for (auto& p : d.planes) p = p.type == MUTIL_UINT8 ? p : to_viewable(p);
+    const std::string png = name.substr(0, name.rfind('.')) + ".png";
+    save(dir + "/" + png, d);
+    return png;
 }
 
 void write_index(const std::string& dir, const std::vector<Step>& steps) {
@@ -128,7 +108,7 @@ void write_index(const std::string& dir, const std::vector<Step>& steps) {
                     "<style>body{font-family:sans-serif;margin:2em}figure{display:inline-block;margin:0 1em 1em 0}"
                     "img{image-rendering:pixelated;border:1px solid #ccc;max-width:384px}"
                     "td,th{padding:2px 10px;text-align:left}</style></head><body>\n<h1>mutils demo</h1>\n"
-                    "<p>Every image is a PGM/PPM file (linked under each picture); the pictures shown are BMP copies."
+                    "<p>Every image is a PGM/PPM file (linked under each picture); the pictures shown are PNG copies."
                     "</p>\n<table><tr><th>operation</th><th>input size</th><th>ms</th><th>key figure</th></tr>\n");
     for (const auto& s : steps)
         std::fprintf(f, "<tr><td>%s</td><td>%s</td><td>%.2f</td><td>%s</td></tr>\n", s.operation.c_str(),
@@ -138,7 +118,7 @@ void write_index(const std::string& dir, const std::vector<Step>& steps) {
         std::fprintf(f, "<h2>%s</h2>\n<p>%s</p>\n", s.operation.c_str(), s.parameters.c_str());
         for (const auto& [role, file] : {std::pair{"input", s.input_file}, std::pair{"output", s.output_file}})
             std::fprintf(f, "<figure><img src=\"%s\"><figcaption>%s: <a href=\"%s\">%s</a></figcaption></figure>\n",
-                         write_bmp_copy(dir, file).c_str(), role, file.c_str(), file.c_str());
+                         write_png_copy(dir, file).c_str(), role, file.c_str(), file.c_str());
     }
     std::fprintf(f, "</body></html>\n");
     std::fclose(f);

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <sstream>
@@ -92,37 +93,121 @@ Data load_text(FILE* f) {
     return single(m);
 }
 
-Data load_stream(FILE* f, const std::string& path) {
-    int c0 = std::fgetc(f), c1 = std::fgetc(f);
-    std::rewind(f);
-    if (c0 == 'P' && c1 >= '1' && c1 <= '6') {
-        if (c1 == '3' || c1 == '6') {
+const char* const kUnrecognised =
+    "unrecognised image format (PNG, JPEG, PBM, PGM, PPM, TIFF or a matrix file expected)";
+
+bool starts_with(const std::string& s, const char* prefix) { return s.compare(0, std::strlen(prefix), prefix) == 0; }
+
+// The library's printed form opens with the element type's word: "double Matrix: nrow=...".
+bool printed_matrix(const std::string& bytes) {
+    std::size_t i = bytes.find_first_not_of(" \t\r\n");
+    if (i == std::string::npos) return false;
+    for (const char* word : {"uint8", "uint16", "sint16", "uint32", "sint32", "float", "double", "dcomplex"})
+        if (bytes.compare(i, std::strlen(word), word) == 0) return true;
+    return false;
+}
+
+struct Memory {
+    File f;
+    explicit Memory(std::string& bytes) : f(fmemopen(bytes.data(), bytes.size(), "rb")) {
+        if (!f) throw Failure("cannot read the data in memory");
+    }
+};
+
+Data load_bytes(std::string& bytes, const std::string& path, const LoadOptions& o) {
+    if (starts_with(bytes, "\x89PNG\r\n\x1a\n")) {
+        bool alpha = false;
+        Data d = read_png(Memory(bytes).f.get(), o.alpha, &alpha);
+        if (alpha && !o.alpha) note(path + ": alpha channel dropped (--alpha keeps it as a last plane)");
+        return d;
+    }
+    if (starts_with(bytes, "\xff\xd8\xff")) return read_jpeg(Memory(bytes).f.get());
+    if (bytes.size() >= 2 && bytes[0] == 'P' && bytes[1] >= '1' && bytes[1] <= '6') {
+        if (bytes[1] == '4') bytes = pbm_to_library_layout(bytes);
+        Memory m(bytes);
+        if (bytes[1] == '3' || bytes[1] == '6') {
             _mat_set s;
-            check(mutils::imgset_read_ppm(f, nullptr, &s));
+            check(mutils::imgset_read_ppm(m.f.get(), nullptr, &s));
             return from_set(s);
         }
-        _univ_mat m;
-        check(mutils::imguniv_read_pgm(f, nullptr, &m));
-        return single(m);
+        _univ_mat u;
+        check(mutils::imguniv_read_pgm(m.f.get(), nullptr, &u));
+        return single(u);
     }
     std::string ext = lower_extension(path);
-    if (ext == "txt" || ext == "csv" || ext == "dat") return load_text(f);
-    _univ_mat m;
-    check(mutils::matuniv_parse(f, nullptr, &m));
-    return single(m);
+    const std::size_t first = bytes.find_first_not_of(" \t\r\n");
+    const bool numeric = first != std::string::npos && std::strchr("0123456789+-.#", bytes[first]);
+    if (ext == "txt" || ext == "csv" || ext == "dat" || (path == "-" && numeric))
+        return load_text(Memory(bytes).f.get());
+    if (ext == "mat" || printed_matrix(bytes)) {
+        _univ_mat m;
+        check(mutils::matuniv_parse(Memory(bytes).f.get(), nullptr, &m));
+        return single(m);
+    }
+    throw Failure(kUnrecognised);
+}
+
+Data load_any(const std::string& path, const LoadOptions& o) {
+    std::string bytes;
+    char buf[65536];
+    std::size_t n;
+    if (path == "-") {
+        // Standard input is read whole so its format can be told from the first bytes.
+        while ((n = std::fread(buf, 1, sizeof buf, stdin)) > 0) bytes.append(buf, n);
+        if (bytes.empty()) throw Failure("standard input is empty");
+        if (bytes.compare(0, 4, std::string("II*\0", 4)) == 0 || bytes.compare(0, 4, std::string("MM\0*", 4)) == 0)
+            throw Failure("TIFF cannot be read from standard input");
+        return load_bytes(bytes, path, o);
+    }
+    File f(std::fopen(path.c_str(), "rb"));
+    if (!f) throw Failure(std::string("cannot open (") + std::strerror(errno) + ")");
+    unsigned char magic[4] = {};
+    std::size_t got = std::fread(magic, 1, 4, f.get());
+    bool tiff = got == 4 && ((magic[0] == 'I' && magic[1] == 'I' && magic[2] == 42 && magic[3] == 0) ||
+                             (magic[0] == 'M' && magic[1] == 'M' && magic[2] == 0 && magic[3] == 42));
+    if (tiff) {
+        f.reset();
+        _mat_set s;
+        const char* message = mutils::imgset_read_tiff(widen(path).c_str(), nullptr, &s);
+        // A TIFF whose sample layout the reader does not take is an unsupported image format.
+        if (message && std::strcmp(message, "Illegal data value") == 0) throw Failure(kUnrecognised);
+        check(message);
+        return from_set(s);
+    }
+    bytes.assign(reinterpret_cast<const char*>(magic), got);
+    while ((n = std::fread(buf, 1, sizeof buf, f.get())) > 0) bytes.append(buf, n);
+    if (std::ferror(f.get())) throw Failure(std::string("cannot read (") + std::strerror(errno) + ")");
+    if (bytes.empty()) throw Failure("empty file");
+    return load_bytes(bytes, path, o);
 }
 
 }  // namespace
 
+std::string program = "mutils";
+
+void note(const std::string& text) { std::fprintf(stderr, "%s: note: %s\n", program.c_str(), text.c_str()); }
+
 Format format_of(const std::string& path) {
     std::string ext = lower_extension(path);
-    if (ext == "pgm" || ext == "pnm") return Format::pgm;
-    if (ext == "pbm") return Format::pbm;
-    if (ext == "ppm") return Format::ppm;
-    if (ext == "tif" || ext == "tiff") return Format::tiff;
-    if (ext == "txt" || ext == "csv" || ext == "dat") return Format::text;
-    if (ext == "mat" || path == "-") return Format::printed;
-    throw Failure("unknown output format for " + path + " (use .pgm .pbm .ppm .tif .mat or .txt)");
+    if (ext == "jpg" || ext == "jpeg")
+        throw Failure("JPEG files are read, not written: write " + path.substr(0, path.size() - ext.size()) + "png");
+    if (path == "-") return Format::printed;
+    try {
+        return format_named(ext);
+    } catch (const Failure&) {
+        throw Failure("unknown output format for " + path + " (use .png .pgm .pbm .ppm .tif .mat or .txt, or --format)");
+    }
+}
+
+Format format_named(const std::string& word) {
+    if (word == "png") return Format::png;
+    if (word == "pgm" || word == "pnm") return Format::pgm;
+    if (word == "pbm") return Format::pbm;
+    if (word == "ppm") return Format::ppm;
+    if (word == "tif" || word == "tiff") return Format::tiff;
+    if (word == "txt" || word == "csv" || word == "dat") return Format::text;
+    if (word == "mat") return Format::printed;
+    throw Failure("unknown format " + word + " (png pgm pbm ppm tif mat txt)");
 }
 
 const char* type_word(_mutil_data_type t) {
@@ -150,32 +235,18 @@ _mutil_data_type parse_type(const std::string& w) {
     throw Failure("unknown element type " + w);
 }
 
-Data load(const std::string& path) {
-    if (path == "-") {
-        // Standard input is read whole so its format can be told from the first bytes.
-        std::string bytes;
-        char buf[65536];
-        std::size_t n;
-        while ((n = std::fread(buf, 1, sizeof buf, stdin)) > 0) bytes.append(buf, n);
-        if (bytes.empty()) throw Failure("standard input is empty");
-        File f(fmemopen(bytes.data(), bytes.size(), "rb"));
-        if (!f) throw Failure("cannot read standard input");
-        return load_stream(f.get(), path);
+Data load(const std::string& path, const LoadOptions& o) {
+    const std::string name = path == "-" ? "standard input" : path;
+    auto named = [&](const std::string& message) {
+        return Failure(starts_with(message, (name + ": ").c_str()) ? message : name + ": " + message);
+    };
+    try {
+        return load_any(path, o);
+    } catch (const Failure& e) {
+        throw named(e.what());
+    } catch (const Hux::Error& e) {
+        throw named(e.what());
     }
-    File f(std::fopen(path.c_str(), "rb"));
-    if (!f) throw Failure("cannot open " + path + ": " + std::strerror(errno));
-    unsigned char magic[4] = {};
-    std::size_t got = std::fread(magic, 1, 4, f.get());
-    bool tiff = got == 4 && ((magic[0] == 'I' && magic[1] == 'I' && magic[2] == 42 && magic[3] == 0) ||
-                             (magic[0] == 'M' && magic[1] == 'M' && magic[2] == 0 && magic[3] == 42));
-    if (tiff) {
-        f.reset();
-        _mat_set s;
-        check(mutils::imgset_read_tiff(widen(path).c_str(), nullptr, &s));
-        return from_set(s);
-    }
-    std::rewind(f.get());
-    return load_stream(f.get(), path);
 }
 
 _univ_mat make(int32_t rows, int32_t cols, _mutil_data_type type) {
@@ -270,9 +341,29 @@ void write_stream(FILE* f, Format format, const Data& data, const SaveOptions& o
         case Format::pgm:
             check(mutils::imguniv_write_pgm(f, &image_planes(data)[0], text, nullptr));
             break;
-        case Format::pbm:
+        case Format::pbm: {
             if (data.grey().type == MUTIL_DCOMPLEX) throw Failure("complex data cannot be written as an image");
-            check(mutils::imguniv_write_pbm(f, &data.grey(), o.pbm_threshold, text, nullptr));
+            if (text || o.pbm_library) {
+                check(mutils::imguniv_write_pbm(f, &data.grey(), o.pbm_threshold, text, nullptr));
+                break;
+            }
+            // The library packs the rows as one run of bits; other programs expect each row to
+            // start on a byte, so the body is re-laid out before it is written.
+            char* buffer = nullptr;
+            std::size_t size = 0;
+            File memory(open_memstream(&buffer, &size));
+            if (!memory) throw Failure("out of memory");
+            const char* message = mutils::imguniv_write_pbm(memory.get(), &data.grey(), o.pbm_threshold, 0, nullptr);
+            memory.reset();
+            std::string packed(buffer, size);
+            std::free(buffer);
+            check(message);
+            const std::string padded = pbm_to_standard_layout(packed);
+            if (std::fwrite(padded.data(), 1, padded.size(), f) != padded.size()) throw Failure("write failed");
+            break;
+        }
+        case Format::png:
+            write_png(f, image_planes(data));
             break;
         case Format::ppm: {
             std::vector<_univ_mat> planes = image_planes(data);
@@ -305,7 +396,7 @@ void write_stream(FILE* f, Format format, const Data& data, const SaveOptions& o
 }  // namespace
 
 void save(const std::string& path, const Data& data, const SaveOptions& o) {
-    Format format = format_of(path);
+    Format format = o.format.empty() ? format_of(path) : format_named(o.format);
     if (path == "-") return write_stream(stdout, format, data, o);
     // Write beside the target, then rename: a failure never leaves a partial file under the name.
     std::string tmp = path + ".partXXXXXX";

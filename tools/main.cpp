@@ -16,6 +16,10 @@ int main(int argc, char** argv) {
     cli::register_signal_commands(app);
     cli::register_demo(app);
 
+    // Notes printed while a subcommand runs name it, like its error lines.
+    for (int i = 1; i < argc && cli::program == "mutils"; ++i)
+        if (!app.get_subcommands([&](CLI::App* sub) { return sub->check_name(argv[i]); }).empty())
+            cli::program = std::string("mutils ") + argv[i];
     std::string current = "mutils";
     try {
         app.parse(argc, argv);

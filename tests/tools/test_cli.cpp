@@ -13,6 +13,9 @@
 #ifndef MUTILS_CLI
 #define MUTILS_CLI "mutils"
 #endif
+#ifndef MUTILS_CLI_DATA
+#define MUTILS_CLI_DATA "tests/tools/data"
+#endif
 
 namespace {
 
@@ -39,7 +42,7 @@ protected:
     }
     std::string read(const std::string& name) const {
         std::stringstream s;
-        s << std::ifstream(path(name), std::ios::binary).rdbuf();
+        s << std::ifstream(name[0] == '/' ? name : path(name), std::ios::binary).rdbuf();
         return s.str();
     }
     bool exists(const std::string& name) const { return std::filesystem::exists(path(name)); }
@@ -132,9 +135,123 @@ TEST_F(Cli, DemoWritesItsPagePicturesAndTable) {
     CliRun r = run("demo -o show");
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_TRUE(has(r.out, "Connected components")) << r.out;
-    EXPECT_TRUE(has(read("show/index.html"), "<img src=\"canny.bmp\">"));
-    EXPECT_EQ(read("show/canny.bmp").substr(0, 2), "BM");
+    EXPECT_TRUE(has(read("show/index.html"), "<img src=\"canny.png\">"));
+    EXPECT_EQ(read("show/canny.png").substr(0, 8), "\x89PNG\r\n\x1a\n");
+    EXPECT_FALSE(exists("show/canny.bmp"));
     EXPECT_EQ(read("show/canny.pgm").substr(0, 2), "P5");
+}
+
+TEST_F(Cli, HistogramsCountThePixelsAtTheMinimum) {
+    write("m.pgm", "P2 2 1 255\n0 255\n");
+    CliRun r = run("stats m.pgm -b 2");
+    EXPECT_TRUE(has(r.out, "histogram 1 1\n") && has(r.out, "entropy   1 bits")) << r.out;
+    // A 0/255 mask of a photo-like scene (tests/tools/data/make_fixtures.sh): 179 + 205 pixels.
+    CliRun mask = run("stats " MUTILS_CLI_DATA "/mask.png -b 2");
+    EXPECT_TRUE(has(mask.out, "histogram 179 205\n")) << mask.out << mask.err;
+    EXPECT_TRUE(has(run("info " MUTILS_CLI_DATA "/mask.png").out, "histogram (8 bins): 179 0 0 0 0 0 0 205"));
+}
+
+TEST_F(Cli, UnknownAndMalformedFilesGiveOneCleanLine) {
+    write("x.bin", "hello\n");
+    write("cut.png", read(MUTILS_CLI_DATA "/photo-rgb.png").substr(0, 120));
+    write("cut.jpg", read(MUTILS_CLI_DATA "/photo-rgb.jpg").substr(0, 300));
+    CliRun r = run("info x.bin");
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err, "mutils info: x.bin: unrecognised image format (PNG, JPEG, PBM, PGM, PPM, TIFF or a matrix "
+                     "file expected)\n");
+    EXPECT_TRUE(has(run("chain x.bin --row 0 --col 0").err, "mutils chain: x.bin: unrecognised image format"));
+    for (const char* bad : {"cut.png", "cut.jpg"}) {
+        CliRun b = run(std::string("edges canny ") + bad + " -o e.png");
+        EXPECT_EQ(b.status, 1) << bad;
+        EXPECT_EQ(lines(b.err), 1) << b.err;
+        EXPECT_TRUE(has(b.err, std::string("mutils edges: ") + bad + ": ")) << b.err;
+    }
+    EXPECT_EQ(run("convert x.bin -o y.jpg").status, 1);  // JPEG is read, not written
+}
+
+TEST_F(Cli, PngAndJpegFromElsewhereDecodeLikeNetpbm) {
+    if (std::system("command -v pngtopnm >/dev/null 2>&1") != 0) GTEST_SKIP() << "netpbm not installed";
+    for (const char* name : {"photo-grey.png", "photo-grey16.png", "photo-grey-alpha.png", "photo-rgb.png",
+                             "photo-rgba.png", "photo-palette.png", "photo-interlaced.png", "mask-1bit.png",
+                             "photo-grey.jpg", "photo-rgb.jpg", "photo-rgb-progressive.jpg"}) {
+        const std::string in = std::string(MUTILS_CLI_DATA "/") + name;
+        const char* tool = has(in, ".png") ? "pngtopnm" : "jpegtopnm";
+        ASSERT_EQ(shell(std::string(tool) + " " + in + " > ref.pnm 2>/dev/null"), 0) << name;
+        ASSERT_EQ(run("convert " + in + " -o ours.mat").status, 0) << name;
+        ASSERT_EQ(run("convert ref.pnm -o ref.mat").status, 0) << name;
+        EXPECT_EQ(read("ours.mat"), read("ref.mat")) << name;
+    }
+    CliRun g16 = run("info " MUTILS_CLI_DATA "/photo-grey16.png");
+    EXPECT_TRUE(has(g16.out, "uint16")) << g16.out;
+    CliRun rgba = run("info " MUTILS_CLI_DATA "/photo-rgba.png");
+    EXPECT_TRUE(has(rgba.out, "3 planes") && has(rgba.err, "mutils info: note: ")) << rgba.out << rgba.err;
+    EXPECT_TRUE(has(run("info --alpha " MUTILS_CLI_DATA "/photo-rgba.png").out, "4 planes"));
+    // Written PNGs (8 and 16 bits, grey, RGB and RGBA) read back as they were.
+    for (const char* name : {"photo-grey16.png", "photo-rgb.png", "photo-rgba.png"}) {
+        const std::string in = std::string(MUTILS_CLI_DATA "/") + name;
+        ASSERT_EQ(run("convert --alpha " + in + " -o out.png").status, 0) << name;
+        ASSERT_EQ(shell("pngtopnm out.png > back.pnm 2>/dev/null && pngtopnm " + in + " > ref.pnm 2>/dev/null"), 0);
+        EXPECT_EQ(read("back.pnm"), read("ref.pnm")) << name;
+    }
+}
+
+TEST_F(Cli, EveryImageSubcommandTakesPngAndJpeg) {
+    for (const char* name : {"photo-rgb.png", "photo-grey16.png", "photo-rgb.jpg"}) {
+        const std::string in = std::string(MUTILS_CLI_DATA "/") + name;
+        for (const std::string& args : {"info " + in, "stats " + in, "convert " + in + " -o c.png",
+                                        "edges canny " + in + " -o e.png", "morph open " + in + " -o m.png",
+                                        "morph erode --grey " + in + " -o g.png", "label " + in + " -o l.png",
+                                        "threshold auto " + in + " -o t.png", "distance " + in + " -o d.mat",
+                                        "hull " + in + " -o h.png", "chain " + in + " --row 7 --col 7",
+                                        "flow " + in + " " + in + " -o f.mat"}) {
+            CliRun r = run(args);
+            EXPECT_EQ(r.status, 0) << args << ": " << r.err;
+        }
+        EXPECT_EQ(read("e.png").substr(1, 3), "PNG");
+    }
+    // The format follows the name unless --format says otherwise, for a file, a folder or stdout.
+    const std::string in = MUTILS_CLI_DATA "/photo-grey.jpg";
+    ASSERT_EQ(run("edges sobel " + in + " " + in + " -o outdir --format png").status, 0);
+    EXPECT_TRUE(exists("outdir/photo-grey.png"));
+    EXPECT_EQ(run("convert " + in + " -o - --format png").out.substr(1, 3), "PNG");
+    ASSERT_EQ(run("convert " + in + " -o odd.name --format pgm").status, 0);
+    EXPECT_EQ(read("odd.name").substr(0, 2), "P5");
+}
+
+TEST_F(Cli, BitmapsOfEveryWidthGoBothWaysWithNetpbm) {
+    if (std::system("command -v pnmtoplainpnm >/dev/null 2>&1") != 0) GTEST_SKIP() << "netpbm not installed";
+    auto squeeze = [](std::string s) {  // plain PBM text without its white space
+        s.erase(std::remove_if(s.begin(), s.end(), [](char c) { return std::isspace(static_cast<unsigned char>(c)); }), s.end());
+        return s;
+    };
+    for (int w = 1; w <= 17; ++w) {
+        std::string pgm = "P2 " + std::to_string(w) + " 3 255\n";
+        for (int i = 0; i < 3 * w; ++i) pgm += (i * 7 % 5 < 2 ? "255 " : "0 ");
+        write("in.pgm", pgm);
+        ASSERT_EQ(run("convert in.pgm -o plain.pbm --plain").status, 0);
+        const std::string expected = squeeze(read("plain.pbm"));
+        // Ours, read by netpbm; netpbm's raw bitmap, read by us; the library layout, read back.
+        ASSERT_EQ(run("convert in.pgm -o ours.pbm").status, 0);
+        ASSERT_EQ(shell("pnmtoplainpnm ours.pbm > theirs.txt && pamtopnm plain.pbm > theirs.pbm"), 0);
+        EXPECT_EQ(squeeze(read("theirs.txt")), expected) << "width " << w;
+        ASSERT_EQ(run("convert in.pgm -o lib.pbm --pbm-layout library").status, 0);
+        EXPECT_EQ(read("lib.pbm").size(), std::to_string(w).size() + 6 + std::size_t(3 * w + 7) / 8) << w;
+        // Bodies of equal length in both layouts (3 rows of 6 or 7, 14 or 15) read as the standard one.
+        const bool distinct = (3 * w + 7) / 8 != 3 * ((w + 7) / 8);
+        for (const char* file : {"theirs.pbm", distinct ? "lib.pbm" : "ours.pbm"}) {
+            ASSERT_EQ(run(std::string("convert ") + file + " -o back.pbm --plain").status, 0);
+            EXPECT_EQ(squeeze(read("back.pbm")), expected) << file << " width " << w;
+        }
+    }
+    // A row-padded bitmap written by Pillow.
+    ASSERT_EQ(run("convert " MUTILS_CLI_DATA "/pillow-9x3.pbm -o back.pbm --plain").status, 0);
+    ASSERT_EQ(shell("pnmtoplainpnm " MUTILS_CLI_DATA "/pillow-9x3.pbm > ref.txt"), 0);
+    EXPECT_EQ(squeeze(read("back.pbm")), squeeze(read("ref.txt")));
+}
+
+TEST_F(Cli, HelpStatesTheKaiserAndRowVectorContracts) {
+    EXPECT_TRUE(has(run("window kaiser --help").out, "first sample is 1/I0("));
+    EXPECT_TRUE(has(run("transform dft --help").out, "row vector) comes back unchanged"));
 }
 
 TEST_F(Cli, WrittenImagesAreReadByNetpbm) {
