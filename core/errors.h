@@ -1,17 +1,19 @@
-// Error codes, operation messages, the host error translation and the interrupt poll.
-//
-// Operations in namespace mutils report by message: a null `const char*` is success, anything
-// else points at one of the fixed texts in `mutils::msg`. The plain (global) entry points
-// report the same outcome as a `_mutil_errcode`, found by comparing the message text with the
-// code table: only messages spelled exactly like a table text ("Illegal memory address",
-// "Illegal data type", "Illegal data value", "Input-output error", "Cumulative roundoff
-// errors") give a non-zero code; every other message, "interrupted" included, gives 0.
+/// @file
+/// Error codes, operation messages, the host error translation and the interrupt poll.
+///
+/// Operations in namespace mutils report by message: a null `const char*` is success, anything
+/// else points at one of the fixed texts in `mutils::msg`. The plain (global) entry points
+/// report the same outcome as a `_mutil_errcode`, found by comparing the message text with the
+/// code table: only messages spelled exactly like a table text ("Illegal memory address",
+/// "Illegal data type", "Illegal data value", "Input-output error", "Cumulative roundoff
+/// errors") give a non-zero code; every other message, "interrupted" included, gives 0.
 #pragma once
 
 #include "types.h"
 
 namespace mutils {
 
+/// Error codes of the plain entry points (0 on success), in the order of the host message table.
 enum _mutil_errcode : int32_t {
     MUTIL_ERR_OK = 0,
     MUTIL_ERR_MEM = 1,
@@ -43,21 +45,21 @@ enum _mutil_msg_level : int32_t {
 /// The fixed operation messages (compare by content; entries of the host table share storage
 /// with interrupted, array_size_mismatch, overflow and not_converging).
 namespace msg {
-extern MUTILS_API const char null_pointer[];            // "null pointer"
-extern MUTILS_API const char array_size_mismatch[];     // "array size mismatch"
-extern MUTILS_API const char illegal_data_type[];       // "Illegal data type"
-extern MUTILS_API const char illegal_data_value[];      // "Illegal data value"
-extern MUTILS_API const char illegal_memory_address[];  // "Illegal memory address"
-extern MUTILS_API const char interrupted[];             // "interrupted"
-extern MUTILS_API const char overflow[];                // "overflow"
-extern MUTILS_API const char index_out_of_bounds[];     // "index out of bounds"
-extern MUTILS_API const char not_converging[];          // "not converging"
-extern MUTILS_API const char singular_matrix[];         // "singular matrix"
-extern MUTILS_API const char roundoff[];                // "Cumulative roundoff errors"
-extern MUTILS_API const char divide_by_zero[];          // "divide by zero"
-extern MUTILS_API const char out_of_memory[];           // "out of memory"
-extern MUTILS_API const char io_error[];                // "Input-output error"
-extern MUTILS_API const char region_grid_format[];      // "the initial region grid sizes must be %ld or more"
+extern MUTILS_API const char null_pointer[];            ///< "null pointer"
+extern MUTILS_API const char array_size_mismatch[];     ///< "array size mismatch"
+extern MUTILS_API const char illegal_data_type[];       ///< "Illegal data type"
+extern MUTILS_API const char illegal_data_value[];      ///< "Illegal data value"
+extern MUTILS_API const char illegal_memory_address[];  ///< "Illegal memory address"
+extern MUTILS_API const char interrupted[];             ///< "interrupted"
+extern MUTILS_API const char overflow[];                ///< "overflow"
+extern MUTILS_API const char index_out_of_bounds[];     ///< "index out of bounds"
+extern MUTILS_API const char not_converging[];          ///< "not converging"
+extern MUTILS_API const char singular_matrix[];         ///< "singular matrix"
+extern MUTILS_API const char roundoff[];                ///< "Cumulative roundoff errors"
+extern MUTILS_API const char divide_by_zero[];          ///< "divide by zero"
+extern MUTILS_API const char out_of_memory[];           ///< "out of memory"
+extern MUTILS_API const char io_error[];                ///< "Input-output error"
+extern MUTILS_API const char region_grid_format[];      ///< "the initial region grid sizes must be %ld or more"
 }  // namespace msg
 
 /// The code passed with every raised error.
@@ -68,12 +70,14 @@ constexpr unsigned MUTIL_RAISE_CODE = 0xFFFFFFFFu;
 /// `intrp_ptr` is not examined.
 MUTILS_API unsigned char mutil_interrupt(double work, double* next_check, void* intrp_ptr);
 
+/// @{
 /// Message printing: accepted and ignored (the library prints nothing).
 MUTILS_API void mutil_msg_print(_mutil_msg_level level, const char* text, const char* where, int line);
 MUTILS_API void mutil_msg_print_line(unsigned char flag);
 MUTILS_API void mutil_msg_print_time(unsigned char flag);
 MUTILS_API void mutil_msg_set_level(_mutil_msg_level level);
 MUTILS_API void mutil_abort();
+/// @}
 
 }  // namespace mutils
 

@@ -1,18 +1,19 @@
-// The default host: error raising, the per-thread arena allocator and the host matrix record.
-//
-// Every block the library allocates comes from `Hux::ImcAllocator::m_current`, the calling
-// thread's current arena. A default arena exists from start-up, so a caller that never touches
-// arenas still works (its memory then lives until the thread ends). A long-running caller wraps
-// each call or batch in an `ArenaScope`:
-//
-//     {
-//         Hux::ArenaScope scope;                 // fresh arena, current for this thread
-//         mutils::_double_mat m;
-//         mutils::matdbl_malloc(&m, 512, 512);   // taken from the scope's arena
-//         ...
-//     }                                          // everything released, previous arena back
-//
-// Storage operations raise `Hux::Error` (through `Hux::Throw`) with code 0xFFFFFFFF.
+/// @file
+/// The default host: error raising, the per-thread arena allocator and the host matrix record.
+///
+/// Every block the library allocates comes from `Hux::ImcAllocator::m_current`, the calling
+/// thread's current arena. A default arena exists from start-up, so a caller that never touches
+/// arenas still works (its memory then lives until the thread ends). A long-running caller wraps
+/// each call or batch in an `ArenaScope`:
+///
+///     {
+///         Hux::ArenaScope scope;                 // fresh arena, current for this thread
+///         mutils::_double_mat m;
+///         mutils::matdbl_malloc(&m, 512, 512);   // taken from the scope's arena
+///         ...
+///     }                                          // everything released, previous arena back
+///
+/// Storage operations raise `Hux::Error` (through `Hux::Throw`) with code 0xFFFFFFFF.
 #pragma once
 
 #include <cstddef>
@@ -27,9 +28,9 @@ namespace Hux {
 /// The error raised by argument checks and storage operations.
 class MUTILS_API Error : public std::exception {
 public:
-    Error(const char* message, unsigned code);
-    const char* what() const noexcept override;
-    unsigned code() const noexcept { return m_code; }
+    Error(const char* message, unsigned code);  ///< an error carrying a message and a code
+    const char* what() const noexcept override;  ///< the message text
+    unsigned code() const noexcept { return m_code; }  ///< the code
 
 private:
     std::string m_message;
@@ -78,7 +79,7 @@ public:
     ~ArenaScope();
     ArenaScope(const ArenaScope&) = delete;
     ArenaScope& operator=(const ArenaScope&) = delete;
-    ImcAllocator& arena() { return m_arena; }
+    ImcAllocator& arena() { return m_arena; }  ///< the arena this scope installed
 
 private:
     ImcAllocator m_arena;
@@ -88,16 +89,17 @@ private:
 /// The host's matrix: column-major parts, element (r, c) at m_stride * c + r.
 /// A host matrix is complex when both m_real and m_imag are set.
 struct aMatrix {
-    int32_t m_stride;
-    int32_t m_host;
-    int32_t m_rows;
-    int32_t m_cols;
-    double* m_real;
-    double* m_imag;
+    int32_t m_stride;  ///< elements between the starts of successive rows
+    int32_t m_host;    ///< host-side handle, passed through
+    int32_t m_rows;    ///< rows
+    int32_t m_cols;    ///< columns
+    double* m_real;    ///< real parts
+    double* m_imag;    ///< imaginary parts, or null for a real matrix
 };
 
+/// Host constants.
 struct MUTILS_API array_val {
-    static const double m_zero;
+    static const double m_zero;  ///< the value 0
 };
 
 }  // namespace Hux

@@ -1,17 +1,18 @@
-// mutils: numerical support functions on dense matrices of eight element types.
-//
-// This umbrella header declares the whole public interface: the records and enumerations, every
-// operation of namespace mutils, the plain entry points that return `_mutil_errcode`, and the
-// default host (namespace Hux). Subsystem headers may also be included on their own.
-//
-//     #include <mutils.h>
-//
-//     Hux::ArenaScope scope;                       // all storage of this block lives here
-//     mutils::_univ_mat a, r;
-//     mutils::matuniv_malloc(&a, 2, 2, mutils::MUTIL_UINT8);
-//     mutils::matuniv_malloc(&r, 2, 2, mutils::MUTIL_DOUBLE);
-//     ...
-//     const char* err = mutils::matuniv_add(&a, &a, nullptr, &r);   // null on success
+/// @file
+/// mutils: numerical support functions on dense matrices of eight element types.
+///
+/// This umbrella header declares the whole public interface: the records and enumerations, every
+/// operation of namespace mutils, the plain entry points that return `_mutil_errcode`, and the
+/// default host (namespace Hux). Subsystem headers may also be included on their own.
+///
+///     #include <mutils.h>
+///
+///     Hux::ArenaScope scope;                       // all storage of this block lives here
+///     mutils::_univ_mat a, r;
+///     mutils::matuniv_malloc(&a, 2, 2, mutils::MUTIL_UINT8);
+///     mutils::matuniv_malloc(&r, 2, 2, mutils::MUTIL_DOUBLE);
+///     ...
+///     const char* err = mutils::matuniv_add(&a, &a, nullptr, &r);   // null on success
 #pragma once
 
 // Core runtime

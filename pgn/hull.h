@@ -1,31 +1,33 @@
-// Convex hull of a set of integer points.
-//
-// `pgns32_convex_hull(points, intrp_ptr, hull)`: `points` is an n x 2 `_sint32_mat` of (row,
-// column) pairs in any order. The call allocates `hull` (like a reader allocates its result) as
-// an (h + 1) x 2 `_sint32_mat` holding the h hull vertices as a closed polygon: the last row
-// repeats the first.
-//
-// - Order: the polygon starts at the vertex with the smallest row (the smallest column among
-//   those) and runs counter-clockwise as an image is displayed (row 0 at the top): down the
-//   left side first, then along the bottom, up the right side and back along the top.
-// - Only corners are vertices: points lying on a hull edge (collinear) are left out, and
-//   repeated points count once.
-// - Degenerate sets: a single distinct point gives h = 1 (hull = [p, p]); points all on one line
-//   give its two end points, h = 2 (hull = [a, b, a]).
-//
-// Messages: an invalid `points` record raises ("null pointer", "array size mismatch"), as does
-// a null `hull`; `points` without exactly two columns returns "array size mismatch";
-// "interrupted" when the poll asks to stop.
-//
-//     // points (0,0) (0,4) (2,2) (4,0) (4,4) (1,1) -> hull (0,0) (4,0) (4,4) (0,4) (0,0)
-//     mutils::_sint32_mat hull;
-//     mutils::pgns32_convex_hull(&points, nullptr, &hull);
+/// @file
+/// Convex hull of a set of integer points.
+///
+/// `pgns32_convex_hull(points, intrp_ptr, hull)`: `points` is an n x 2 `_sint32_mat` of (row,
+/// column) pairs in any order. The call allocates `hull` (like a reader allocates its result) as
+/// an (h + 1) x 2 `_sint32_mat` holding the h hull vertices as a closed polygon: the last row
+/// repeats the first.
+///
+/// - Order: the polygon starts at the vertex with the smallest row (the smallest column among
+///   those) and runs counter-clockwise as an image is displayed (row 0 at the top): down the
+///   left side first, then along the bottom, up the right side and back along the top.
+/// - Only corners are vertices: points lying on a hull edge (collinear) are left out, and
+///   repeated points count once.
+/// - Degenerate sets: a single distinct point gives h = 1 (hull = [p, p]); points all on one line
+///   give its two end points, h = 2 (hull = [a, b, a]).
+///
+/// Messages: an invalid `points` record raises ("null pointer", "array size mismatch"), as does
+/// a null `hull`; `points` without exactly two columns returns "array size mismatch";
+/// "interrupted" when the poll asks to stop.
+///
+///     // points (0,0) (0,4) (2,2) (4,0) (4,4) (1,1) -> hull (0,0) (4,0) (4,4) (0,4) (0,0)
+///     mutils::_sint32_mat hull;
+///     mutils::pgns32_convex_hull(&points, nullptr, &hull);
 #pragma once
 
 #include "../core/errors.h"
 
 namespace mutils {
 
+/// `pgns32_convex_hull`: the contract, element types and messages are in the file description.
 MUTILS_API const char* pgns32_convex_hull(const _sint32_mat* points, void* intrp_ptr, _sint32_mat* hull);
 
 }  // namespace mutils

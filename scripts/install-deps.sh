@@ -7,6 +7,9 @@ pkgs=(build-essential cmake libgtest-dev libgmock-dev libtiff-dev libcli11-dev n
 if [ "${1:-}" = "--bench" ]; then
   pkgs+=(libbenchmark-dev libfftw3-dev libopencv-dev libopenblas-dev liblapacke-dev)
 fi
+if [ "${1:-}" = "--docs" ]; then
+  pkgs+=(doxygen clang-format)
+fi
 if [ "${1:-}" = "--fuzz" ]; then
   pkgs+=(clang libclang-rt-14-dev)
 fi
