@@ -17,55 +17,24 @@ namespace {
 enum class Arg { Double, Int, UInt, Long, ULong, LLong, ULLong };
 
 template <class T> struct text;
-template <> struct text<double> {
-    static constexpr const char* word = "double";
-    static constexpr const char* print = "%g ";
-    static constexpr const char* ascii = "%10g";
-    static constexpr Arg arg = Arg::Double;
-    using arg_t = double;
-};
-template <> struct text<float> {
-    static constexpr const char* word = "float";
-    static constexpr const char* print = "%g ";
-    static constexpr const char* ascii = "%10g";
-    static constexpr Arg arg = Arg::Double;
-    using arg_t = double;
-};
-template <> struct text<unsigned char> {
-    static constexpr const char* word = "uint8";
-    static constexpr const char* print = "%u ";
-    static constexpr const char* ascii = "%u";
-    static constexpr Arg arg = Arg::UInt;
-    using arg_t = unsigned;
-};
-template <> struct text<uint16_t> {
-    static constexpr const char* word = "uint16";
-    static constexpr const char* print = "%hu ";
-    static constexpr const char* ascii = "%hu";
-    static constexpr Arg arg = Arg::Int;
-    using arg_t = int;
-};
-template <> struct text<uint32_t> {
-    static constexpr const char* word = "uint32";
-    static constexpr const char* print = "%lu ";
-    static constexpr const char* ascii = "%lu";
-    static constexpr Arg arg = Arg::ULong;
-    using arg_t = unsigned long;
-};
-template <> struct text<int16_t> {
-    static constexpr const char* word = "sint16";
-    static constexpr const char* print = "%hd ";
-    static constexpr const char* ascii = "%hd";
-    static constexpr Arg arg = Arg::Int;
-    using arg_t = int;
-};
-template <> struct text<int32_t> {
-    static constexpr const char* word = "sint32";
-    static constexpr const char* print = "%ld ";
-    static constexpr const char* ascii = "%ld";
-    static constexpr Arg arg = Arg::Long;
-    using arg_t = long;
-};
+/// Per element type: the type word of the printed form, the printf conversions of the printed and
+/// plain-text forms, and how a value is handed to them.
+#define MUTILS_TEXT(T, WORD, PRINT, ASCII, ARG, ARG_T)       \
+    template <> struct text<T> {                             \
+        static constexpr const char* word = WORD;            \
+        static constexpr const char* print = PRINT;          \
+        static constexpr const char* ascii = ASCII;          \
+        static constexpr Arg arg = Arg::ARG;                 \
+        using arg_t = ARG_T;                                 \
+    };
+MUTILS_TEXT(double, "double", "%g ", "%10g", Double, double)
+MUTILS_TEXT(float, "float", "%g ", "%10g", Double, double)
+MUTILS_TEXT(unsigned char, "uint8", "%u ", "%u", UInt, unsigned)
+MUTILS_TEXT(uint16_t, "uint16", "%hu ", "%hu", Int, int)
+MUTILS_TEXT(uint32_t, "uint32", "%lu ", "%lu", ULong, unsigned long)
+MUTILS_TEXT(int16_t, "sint16", "%hd ", "%hd", Int, int)
+MUTILS_TEXT(int32_t, "sint32", "%ld ", "%ld", Long, long)
+#undef MUTILS_TEXT
 
 /// Order in which the universal parse compares the type word.
 using word_order = types<double, float, unsigned char, uint16_t, uint32_t, int16_t, int32_t>;

@@ -254,13 +254,9 @@ const char* pgndbl_boundary_chain_from_region(const _double_mat* image, int32_t 
 
 const char* pgnuniv_boundary_chain_from_region(const _univ_mat* image, int32_t row, int32_t col, void* intrp,
                                                _pgn_chain* chain) {
-    if (!image) return msg::null_pointer;
-    // u32 and s32 pixels compare equal exactly when their bits do.
-    const int32_t tag = image->type == MUTIL_UINT32 ? MUTIL_SINT32 : image->type;
-    return dispatch(tag, types<unsigned char, uint16_t, int32_t, double>{}, [&](auto t) {
-        using T = typename decltype(t)::type;
-        return trace<T>(as<T>(image), row, col, intrp, chain);
-    });
+    // u32 and s32 pixels compare equal exactly when their bits do: both run the u32 body.
+    return univ_call(types<unsigned char, uint16_t, uint32_t, int32_t, double>{}, with(image),
+                     [&](auto t, auto* ti) { return trace<bits_t<MUTILS_T(t)>>(bits<MUTILS_T(t)>(ti), row, col, intrp, chain); });
 }
 
 const char* pgndbl_boundary_chain_to_polygon(const _pgn_chain* chain, void*, _double_mat* polygon) {

@@ -4,6 +4,10 @@
 #include <gtest/gtest.h>
 #include <mutils.h>
 
+#include <cstdlib>
+#include <initializer_list>
+#include <limits>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -65,5 +69,32 @@ class ArenaTest : public ::testing::Test {
 protected:
     Hux::ArenaScope m_scope;
 };
+
+/// True when every named tool is on the path.
+inline bool have_tools(std::initializer_list<const char*> names) {
+    for (const char* name : names)
+        if (std::system(("command -v " + std::string(name) + " >/dev/null 2>&1").c_str()) != 0) return false;
+    return true;
+}
+
+/// A random value of T (integers over their full range, floating values in [-100, 100]).
+template <class T> T random_value(std::mt19937& rng) {
+    if constexpr (std::is_same_v<T, _dcomplex>) {
+        std::uniform_real_distribution<double> d(-100.0, 100.0);
+        return _dcomplex{d(rng), d(rng)};
+    } else if constexpr (std::is_floating_point_v<T>) {
+        return T(std::uniform_real_distribution<double>(-100.0, 100.0)(rng));
+    } else {
+        return T(std::uniform_int_distribution<int64_t>(std::numeric_limits<T>::lowest(),
+                                                        std::numeric_limits<T>::max())(rng));
+    }
+}
+
+/// A rows x cols matrix of random values of T.
+template <class T> detail::mat_t<T> random_mat(std::mt19937& rng, int32_t rows, int32_t cols) {
+    detail::mat_t<T> m = make<T>(rows, cols);
+    for (int32_t i = 0; i < m.nelem; ++i) m.data[i] = random_value<T>(rng);
+    return m;
+}
 
 }  // namespace mutils::test

@@ -33,13 +33,6 @@ inline void put_file(const std::string& path, const std::string& bytes) {
     std::ofstream(path, std::ios::binary).write(bytes.data(), std::streamsize(bytes.size()));
 }
 
-/// True when every named tool is on the path.
-inline bool have_tools(std::initializer_list<const char*> names) {
-    for (const char* name : names)
-        if (std::system(("command -v " + std::string(name) + " >/dev/null 2>&1").c_str()) != 0) return false;
-    return true;
-}
-
 /// Runs a shell command and returns its standard output ("" and a test failure if it fails).
 inline std::string run(const std::string& command) {
     std::string out;

@@ -10,6 +10,8 @@
 #include <sstream>
 #include <string>
 
+#include "support.h"
+
 #ifndef MUTILS_CLI
 #define MUTILS_CLI "mutils"
 #endif
@@ -18,6 +20,8 @@
 #endif
 
 namespace {
+
+using mutils::test::have_tools;
 
 struct CliRun {
     int status;
@@ -170,7 +174,7 @@ TEST_F(Cli, UnknownAndMalformedFilesGiveOneCleanLine) {
 }
 
 TEST_F(Cli, PngAndJpegFromElsewhereDecodeLikeNetpbm) {
-    if (std::system("command -v pngtopnm >/dev/null 2>&1") != 0) GTEST_SKIP() << "netpbm not installed";
+    if (!have_tools({"pngtopnm"})) GTEST_SKIP() << "netpbm not installed";
     for (const char* name : {"photo-grey.png", "photo-grey16.png", "photo-grey-alpha.png", "photo-rgb.png",
                              "photo-rgba.png", "photo-palette.png", "photo-interlaced.png", "mask-1bit.png",
                              "photo-grey.jpg", "photo-rgb.jpg", "photo-rgb-progressive.jpg"}) {
@@ -219,7 +223,7 @@ TEST_F(Cli, EveryImageSubcommandTakesPngAndJpeg) {
 }
 
 TEST_F(Cli, BitmapsOfEveryWidthGoBothWaysWithNetpbm) {
-    if (std::system("command -v pnmtoplainpnm >/dev/null 2>&1") != 0) GTEST_SKIP() << "netpbm not installed";
+    if (!have_tools({"pnmtoplainpnm"})) GTEST_SKIP() << "netpbm not installed";
     auto squeeze = [](std::string s) {  // plain PBM text without its white space
         s.erase(std::remove_if(s.begin(), s.end(), [](char c) { return std::isspace(static_cast<unsigned char>(c)); }), s.end());
         return s;
@@ -255,7 +259,7 @@ TEST_F(Cli, HelpStatesTheKaiserAndRowVectorContracts) {
 }
 
 TEST_F(Cli, WrittenImagesAreReadByNetpbm) {
-    if (std::system("command -v pamfile >/dev/null 2>&1") != 0) GTEST_SKIP() << "netpbm not installed";
+    if (!have_tools({"pamfile"})) GTEST_SKIP() << "netpbm not installed";
     write("sq.pgm", kSquare);
     ASSERT_EQ(run("convert sq.pgm -o colour.ppm").status, 0);
     ASSERT_EQ(shell("pamfile colour.ppm > pam.txt 2>&1"), 0) << read("pam.txt");
