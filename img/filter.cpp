@@ -1,7 +1,10 @@
 #include "filter.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <limits>
+#include <utility>
 
 #include "../core/detail.h"
 #include "../core/detail_store.h"
@@ -128,84 +131,86 @@ const char* check_window(const mat_t<T>* image, int32_t wr, int32_t wc, int32_t 
 
 /// Window sums along one extent: out[c] = the sum of v over positions c - before ... c + after,
 /// v extended by zeros (rule 0) or its end values (rule 3), from the prefix sums p (n + 1).
-MUTILS_CLONES void window_sums(const double* p, const double* v, int64_t n, int64_t before, int64_t after, bool cont,
-                               double* out) {
+template <class A>
+MUTILS_CLONES void window_sums(const A* p, const A* v, int64_t n, int64_t before, int64_t after, bool cont, A* out) {
     const int64_t lo = std::min(before, n), hi = std::max(lo, n - after);
-    for (int64_t c = lo; c < hi; ++c) out[c] = p[c + after + 1] - p[c - before];
+    for (int64_t c = lo; c < hi; ++c) out[c] = A(p[c + after + 1] - p[c - before]);
     for (int64_t c = 0; c < n; ++c) {
         if (c == lo) c = hi;
         if (c >= n) break;
         const int64_t a = c - before, b = c + after, i0 = std::max<int64_t>(a, 0), i1 = std::min(b, n - 1);
-        double s = i1 >= i0 ? p[i1 + 1] - p[i0] : 0.0;
+        A s = i1 >= i0 ? A(p[i1 + 1] - p[i0]) : A(0);
         if (cont) {
-            s += double(std::max<int64_t>(0, std::min<int64_t>(b, -1) - a + 1)) * v[0];
-            s += double(std::max<int64_t>(0, b - std::max(a, n) + 1)) * v[n - 1];
+            s += A(std::max<int64_t>(0, std::min<int64_t>(b, -1) - a + 1)) * v[0];
+            s += A(std::max<int64_t>(0, b - std::max(a, n) + 1)) * v[n - 1];
         }
         out[c] = s;
     }
 }
 
-MUTILS_CLONES void prefix_sums(const double* v, int64_t n, double* p) {
-    double s = 0;
+template <class A> MUTILS_CLONES void prefix_sums(const A* v, int64_t n, A* p) {
+    A s = 0;
     p[0] = 0;
     for (int64_t i = 0; i < n; ++i) p[i + 1] = s += v[i];
 }
 
 /// v += w * (x - shift) (and v2 += w * (x - shift)^2) over a row.
-template <class T> MUTILS_CLONES void add_row(const T* x, double w, double shift, int64_t n, double* v, double* v2) {
+template <class T, class A> MUTILS_CLONES void add_row(const T* x, A w, A shift, int64_t n, A* v, A* v2) {
     if (v2) {
         for (int64_t c = 0; c < n; ++c) {
-            const double d = double(x[c]) - shift;
+            const A d = A(x[c]) - shift;
             v[c] += w * d;
             v2[c] += w * d * d;
         }
     } else {
-        for (int64_t c = 0; c < n; ++c) v[c] += w * (double(x[c]) - shift);
+        for (int64_t c = 0; c < n; ++c) v[c] += w * (A(x[c]) - shift);
     }
 }
 
 /// v += x_in - x_out (and the same for the squares about `shift`): one window row replaced.
-template <class T>
-MUTILS_CLONES void swap_row(const T* in, const T* out, double shift, int64_t n, double* v, double* v2) {
+template <class T, class A>
+MUTILS_CLONES void swap_row(const T* in, const T* out, A shift, int64_t n, A* v, A* v2) {
     if (v2) {
         for (int64_t c = 0; c < n; ++c) {
-            const double a = double(in[c]) - shift, b = double(out[c]) - shift;
+            const A a = A(in[c]) - shift, b = A(out[c]) - shift;
             v[c] += a - b;
             v2[c] += a * a - b * b;
         }
     } else {
-        for (int64_t c = 0; c < n; ++c) v[c] += double(in[c]) - double(out[c]);
+        for (int64_t c = 0; c < n; ++c) v[c] += A(in[c]) - A(out[c]);
     }
 }
 
 /// Window sums of (x - shift), and with `squares` of (x - shift)^2, row after row under rule 0
 /// or 3: running column sums over the window rows (one row enters, one leaves per step), then
-/// window sums along each row from prefix sums. O(1) per pixel whatever the window; exact for
-/// integer images while the sums stay below 2^53.
-template <class T> class BoxSums {
+/// window sums along each row from prefix sums. O(1) per pixel whatever the window. The sums
+/// are kept in A: double (exact for integer images while they stay below 2^53), or uint32_t
+/// for small integer images whose window sums fit 31 bits, where wrap-around in the running and
+/// prefix sums cancels in the differences.
+template <class T, class A = double> class BoxSums {
 public:
-    BoxSums(const mat_t<T>* image, int64_t wr, int64_t wc, int32_t boundary, double shift, bool squares)
+    BoxSums(const mat_t<T>* image, int64_t wr, int64_t wc, int32_t boundary, A shift, bool squares)
         : m_x(image->data), m_nrow(image->nrow), m_ncol(image->ncol), m_before(window_before(wr)),
           m_after(window_after(wr)), m_bc(window_before(wc)), m_ac(window_after(wc)), m_boundary(boundary),
           m_shift(shift) {
         const int64_t n = m_ncol;
-        m_v = work_array_zero<double>(n);
-        m_p = work_array<double>(n + 1);
-        sum = work_array<double>(n);
+        m_v = work_array_zero<A>(n);
+        m_p = work_array<A>(n + 1);
+        sum = work_array<A>(n);
         if (squares) {
-            m_v2 = work_array_zero<double>(n);
-            m_p2 = work_array<double>(n + 1);
-            sum2 = work_array<double>(n);
+            m_v2 = work_array_zero<A>(n);
+            m_p2 = work_array<A>(n + 1);
+            sum2 = work_array<A>(n);
         }
         // The window of row 0: the rows inside once each, under rule 3 the edge rows as often
         // as positions before or after the image map to them.
         const int64_t a = -m_before, b = m_after, i0 = std::max<int64_t>(a, 0), i1 = std::min(b, m_nrow - 1);
-        for (int64_t i = i0; i <= i1; ++i) add_row(row(i), 1.0, m_shift, n, m_v, m_v2);
+        for (int64_t i = i0; i <= i1; ++i) add_row(row(i), A(1), m_shift, n, m_v, m_v2);
         if (boundary == MUTIL_BOUNDARY_CONTINUE) {
             const int64_t low = std::max<int64_t>(0, std::min<int64_t>(b, -1) - a + 1);
             const int64_t high = std::max<int64_t>(0, b - std::max(a, m_nrow) + 1);
-            if (low) add_row(row(0), double(low), m_shift, n, m_v, m_v2);
-            if (high) add_row(row(m_nrow - 1), double(high), m_shift, n, m_v, m_v2);
+            if (low) add_row(row(0), A(low), m_shift, n, m_v, m_v2);
+            if (high) add_row(row(m_nrow - 1), A(high), m_shift, n, m_v, m_v2);
         }
     }
 
@@ -217,9 +222,9 @@ public:
             if (in >= 0 && out >= 0) {
                 if (in != out) swap_row(row(in), row(out), m_shift, m_ncol, m_v, m_v2);
             } else if (in >= 0) {
-                add_row(row(in), 1.0, m_shift, m_ncol, m_v, m_v2);
+                add_row(row(in), A(1), m_shift, m_ncol, m_v, m_v2);
             } else if (out >= 0) {
-                add_row(row(out), -1.0, m_shift, m_ncol, m_v, m_v2);
+                add_row(row(out), A(-1), m_shift, m_ncol, m_v, m_v2);
             }
         }
         const bool cont = m_boundary == MUTIL_BOUNDARY_CONTINUE;
@@ -229,19 +234,22 @@ public:
             prefix_sums(m_v2, m_ncol, m_p2);
             window_sums(m_p2, m_v2, m_ncol, m_bc, m_ac, cont, sum2);
         }
-        if (!cont && m_shift != 0) {
-            // Zeros read outside the image are -shift once shifted.
-            const int64_t rows_in = inside(r, m_before, m_after, m_nrow), n = (m_before + m_after + 1) * (m_bc + m_ac + 1);
-            for (int64_t c = 0; c < m_ncol; ++c) {
-                const double outside = double(n - rows_in * inside(c, m_bc, m_ac, m_ncol));
-                sum[c] -= outside * m_shift;
-                if (m_v2) sum2[c] += outside * m_shift * m_shift;
+        if constexpr (std::is_floating_point_v<A>) {
+            if (!cont && m_shift != 0) {
+                // Zeros read outside the image are -shift once shifted.
+                const int64_t rows_in = inside(r, m_before, m_after, m_nrow);
+                const int64_t n = (m_before + m_after + 1) * (m_bc + m_ac + 1);
+                for (int64_t c = 0; c < m_ncol; ++c) {
+                    const double outside = double(n - rows_in * inside(c, m_bc, m_ac, m_ncol));
+                    sum[c] -= outside * m_shift;
+                    if (m_v2) sum2[c] += outside * m_shift * m_shift;
+                }
             }
         }
     }
 
-    double* sum = nullptr;
-    double* sum2 = nullptr;
+    A* sum = nullptr;
+    A* sum2 = nullptr;
 
 private:
     const T* row(int64_t i) const { return m_x + i * m_ncol; }
@@ -252,13 +260,36 @@ private:
     const T* m_x;
     int64_t m_nrow, m_ncol, m_before, m_after, m_bc, m_ac;
     int32_t m_boundary;
-    double m_shift;
-    double *m_v = nullptr, *m_p = nullptr, *m_v2 = nullptr, *m_p2 = nullptr;
+    A m_shift;
+    A *m_v = nullptr, *m_p = nullptr, *m_v2 = nullptr, *m_p2 = nullptr;
 };
 
-/// sum / n stored into T, one division per value.
-template <class T> MUTILS_CLONES void store_means(const double* sum, double n, int64_t len, T* out) {
-    for (int64_t c = 0; c < len; ++c) out[c] = store<T>(sum[c] / n);
+/// sum / n stored into T, one division per value (32-bit sums read as signed for signed T).
+template <class T, class A> MUTILS_CLONES void store_means(const A* sum, double n, int64_t len, T* out) {
+    if constexpr (std::is_floating_point_v<A>) {
+        for (int64_t c = 0; c < len; ++c) out[c] = store<T>(sum[c] / n);
+    } else {
+        // Means of integers lie in T's range: the storing rule needs neither NaN test nor clip,
+        // and the floor is a truncation corrected downwards (the loop vectorises).
+        for (int64_t c = 0; c < len; ++c) {
+            const double x = double(int32_t(sum[c])) / n + 0.5;
+            const int32_t t = int32_t(x);
+            out[c] = T(t - int32_t(double(t) > x));
+        }
+    }
+}
+
+template <class T, class A>
+const char* box_means(const mat_t<T>* image, int32_t wr, int32_t wc, int32_t boundary, void* intrp, mat_t<T>* result) {
+    BoxSums<T, A> box(image, wr, wc, boundary, A(0), false);
+    const double n = double(wr) * double(wc);
+    Poll poll(intrp);
+    for (int64_t r = 0; r < image->nrow; ++r) {
+        box.at_row(r);
+        store_means<T, A>(box.sum, n, image->ncol, result->data + r * image->ncol);
+        MUTILS_TRY(poll.add(12.0 * double(image->ncol)));
+    }
+    return nullptr;
 }
 
 template <class T>
@@ -266,15 +297,12 @@ const char* local_mean(const mat_t<T>* image, int32_t wr, int32_t wc, int32_t bo
                        mat_t<T>* result) {
     MUTILS_TRY(check_window<T>(image, wr, wc, boundary, true, true, result));
     Hux::ArenaScope scope;
-    BoxSums<T> box(image, wr, wc, boundary, 0.0, false);
-    const double n = double(wr) * double(wc);
-    Poll poll(intrp);
-    for (int64_t r = 0; r < image->nrow; ++r) {
-        box.at_row(r);
-        store_means(box.sum, n, image->ncol, result->data + r * image->ncol);
-        MUTILS_TRY(poll.add(12.0 * double(image->ncol)));
+    if constexpr (std::is_integral_v<T> && sizeof(T) <= 2) {
+        const double largest = std::max(-double(std::numeric_limits<T>::lowest()), double(std::numeric_limits<T>::max()));
+        if (largest * double(wr) * double(wc) < 2147483648.0)
+            return box_means<T, uint32_t>(image, wr, wc, boundary, intrp, result);
     }
-    return nullptr;
+    return box_means<T, double>(image, wr, wc, boundary, intrp, result);
 }
 
 /// The local mean (into mu unless null) and population variance (into var) of every pixel,
@@ -354,12 +382,12 @@ template <class T> inline T interpolate(T a, T b, double frac) {
 /// Windows of at most this many values are sorted by a comparator network, run across a strip
 /// of columns at once (the loops vectorise); larger ones go through a sliding histogram.
 constexpr int64_t kNetworkMax = 25;
-constexpr int64_t kStrip = 256;
+constexpr int64_t kStripBytes = 2048;
 
 /// Batcher's odd-even merge network for the next power of two, less the comparators that touch
 /// positions >= n (those would hold +infinity) and those that cannot affect positions k0 or k1.
 /// Returns the number of comparators written as pairs into `pairs`.
-int64_t selection_network(int64_t n, int64_t k0, int64_t k1, int32_t* pairs) {
+constexpr int64_t selection_network(int64_t n, int64_t k0, int64_t k1, int32_t* pairs) {
     int64_t m = 1, count = 0;
     while (m < n) m *= 2;
     for (int64_t p = 1; p < m; p *= 2)
@@ -388,6 +416,43 @@ int64_t selection_network(int64_t n, int64_t k0, int64_t k1, int32_t* pairs) {
     return count - kept;
 }
 
+/// The network that puts rank K of 3 x 3 values in place, fixed at compile time.
+template <int K> struct Network9 {
+    static constexpr int64_t count = [] {
+        std::array<int32_t, 512> p{};
+        return selection_network(9, K, K, p.data());
+    }();
+    static constexpr std::array<int32_t, 512> pairs = [] {
+        std::array<int32_t, 512> p{};
+        selection_network(9, K, K, p.data());
+        return p;
+    }();
+};
+
+template <class T> inline void order(T& a, T& b) {
+    const T x = a, y = b;
+    a = y < x ? y : x;
+    b = y < x ? x : y;
+}
+
+/// Rank K of the 3 x 3 windows along a row, the network applied in registers across pixels
+/// (the everyday median: no strip copies, every comparator one min and one max).
+template <class T, int K, std::size_t... I>
+MUTILS_CLONES void rank3x3_row(const T* r0, const T* r1, const T* r2, int64_t n, T* out, std::index_sequence<I...>) {
+    for (int64_t c = 0; c < n; ++c) {
+        T v[9] = {r0[c], r0[c + 1], r0[c + 2], r1[c], r1[c + 1], r1[c + 2], r2[c], r2[c + 1], r2[c + 2]};
+        (order(v[Network9<K>::pairs[2 * I]], v[Network9<K>::pairs[2 * I + 1]]), ...);
+        out[c] = v[K];
+    }
+}
+template <class T, int K> void rank3x3(const PaddedImage<T>& pad, int64_t r, int64_t ncol, T* out) {
+    rank3x3_row<T, K>(pad.row(r - 1), pad.row(r), pad.row(r + 1), ncol, out,
+                      std::make_index_sequence<std::size_t(Network9<K>::count)>{});
+}
+template <class T, std::size_t... K> constexpr auto rank3x3_table(std::index_sequence<K...>) {
+    return std::array<void (*)(const PaddedImage<T>&, int64_t, int64_t, T*), sizeof...(K)>{&rank3x3<T, int(K)>...};
+}
+
 template <class T> MUTILS_CLONES void compare_exchange(T* a, T* b, int64_t n) {
     for (int64_t i = 0; i < n; ++i) {
         const T x = a[i], y = b[i];
@@ -405,8 +470,17 @@ const char* quantile_network(const mat_t<T>* image, int64_t wr, int64_t wc, Rank
                              mat_t<T>* result) {
     const int64_t nrow = image->nrow, ncol = image->ncol, n = wr * wc;
     PaddedImage<T> pad(image->data, nrow, ncol, wc, boundary);
+    if (wr == 3 && wc == 3 && k.frac == 0) {
+        const auto rank = rank3x3_table<T>(std::make_index_sequence<9>{})[std::size_t(k.k0)];
+        for (int64_t r = 0; r < nrow; ++r) {
+            rank(pad, r, ncol, result->data + r * ncol);
+            MUTILS_TRY(poll.add(double(ncol) * 30.0));
+        }
+        return nullptr;
+    }
     int32_t* pairs = work_array<int32_t>(2 * 256);
     const int64_t ncomp = selection_network(n, k.k0, k.k1, pairs);
+    constexpr int64_t kStrip = kStripBytes / int64_t(sizeof(T));
     T* strip = work_array<T>(n * kStrip);
     for (int64_t r = 0; r < nrow; ++r) {
         T* out = result->data + r * ncol;

@@ -1,11 +1,16 @@
 #!/usr/bin/env bash
 # Installs what building, testing and benchmarking need on a fresh Debian 12 machine.
-# Usage (as root): scripts/install-deps.sh [--bench]   Idempotent; quiet when everything is present.
+# Usage (as root): scripts/install-deps.sh [--bench | --fuzz | --peers]   Idempotent; quiet when everything is present.
 set -euo pipefail
 pkgs=(build-essential cmake libgtest-dev libgmock-dev libtiff-dev libcli11-dev netpbm libtiff-tools)
 if [ "${1:-}" = "--bench" ]; then
   pkgs+=(libbenchmark-dev libfftw3-dev libopencv-dev libopenblas-dev liblapacke-dev)
 fi
+# --peers: the Python peers of the differential tests, then regenerates tests/data/peers/.
+if [ "${1:-}" = "--peers" ]; then
+  pkgs+=(python3-numpy python3-scipy python3-skimage python3-opencv)
+fi
+peers() { for s in "$(dirname "$0")"/../tests/peers/*.py; do /usr/bin/python3 "$s"; done; }
 if [ "${1:-}" = "--fuzz" ]; then
   pkgs+=(clang libclang-rt-14-dev)
 fi
@@ -13,8 +18,12 @@ missing=()
 for p in "${pkgs[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
 done
-[ ${#missing[@]} -eq 0 ] && exit 0
+if [ ${#missing[@]} -eq 0 ]; then
+  if [ "${1:-}" = "--peers" ]; then peers; fi
+  exit 0
+fi
 SUDO=""; [ "$(id -u)" -ne 0 ] && SUDO="sudo"
 export DEBIAN_FRONTEND=noninteractive
 $SUDO apt-get update -qq >/dev/null
 $SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+if [ "${1:-}" = "--peers" ]; then peers; fi
