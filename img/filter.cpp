@@ -148,10 +148,18 @@ MUTILS_CLONES void window_sums(const A* p, const A* v, int64_t n, int64_t before
     }
 }
 
+/// p[i] = v[0] + ... + v[i - 1]; unrolled by four, since the loop is bound by its count of
+/// instructions rather than by the chain of sums.
 template <class A> MUTILS_CLONES void prefix_sums(const A* v, int64_t n, A* p) {
     A s = 0;
     p[0] = 0;
-    for (int64_t i = 0; i < n; ++i) p[i + 1] = s += v[i];
+    int64_t i = 0;
+    for (; i + 4 <= n; i += 4) {
+        const A a = s + v[i], b = a + v[i + 1], c = b + v[i + 2];
+        s = c + v[i + 3];
+        p[i + 1] = a, p[i + 2] = b, p[i + 3] = c, p[i + 4] = s;
+    }
+    for (; i < n; ++i) p[i + 1] = s += v[i];
 }
 
 /// v += w * (x - shift) (and v2 += w * (x - shift)^2) over a row.
