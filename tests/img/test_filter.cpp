@@ -103,6 +103,22 @@ TEST_F(FilterTest, InvariantsOfTheStatistics) {
     EXPECT_EQ(values_of<unsigned char>(w), (std::vector<unsigned char>{0, 85, 85, 85, 0}));
 }
 
+TEST_F(FilterTest, WindowsLargerThanTheImageReadThroughTheRule) {
+    // One pixel of 40: rule 0 adds zeros to every window, the other rules repeat the pixel.
+    auto one = make_univ<uint16_t>(1, 1, {40}), o = make_univ<uint16_t>(1, 1);
+    for (auto [wr, wc] : {std::pair{5, 5}, {30, 41}})
+        for (int b = 0; b < 4; ++b) {
+            const auto rule = _mutil_boundary_type(b);
+            for (double q : {0.0, 1.0}) {
+                ASSERT_EQ(message(imguniv_filter_quantile(&one, wr, wc, q, rule, nullptr, &o)), "");
+                EXPECT_EQ(values_of<uint16_t>(o)[0], b == 0 && q == 0 ? 0 : 40) << wr << " " << b;
+            }
+            if (b % 3) continue;
+            ASSERT_EQ(message(imguniv_filter_local_mean(&one, wr, wc, rule, nullptr, &o)), "");
+            EXPECT_EQ(values_of<uint16_t>(o)[0], b == 0 ? std::floor(40.0 / (wr * wc) + 0.5) : 40);
+        }
+}
+
 TEST_F(FilterTest, Refusals) {
     auto img = make_univ<unsigned char>(4, 5), res = make_univ<unsigned char>(4, 5);
     auto dres = make_univ<double>(4, 5), small = make_univ<unsigned char>(4, 4);
