@@ -278,7 +278,19 @@ template <class T, class A> MUTILS_CLONES void store_means(const A* sum, double 
         for (int64_t c = 0; c < len; ++c) out[c] = store<T>(sum[c] / n);
     } else {
         // Means of integers lie in T's range: the storing rule needs neither NaN test nor clip,
-        // and the floor is a truncation corrected downwards (the loop vectorises).
+        // and the floor is a truncation corrected downwards (the loops vectorise). A mean that
+        // is not an exact half lies at least 1/2n from one; while the rounding errors of float
+        // stay below that, float decides every case as double would, at twice the lanes.
+        constexpr double largest = double(std::numeric_limits<T>::max()) + 1;
+        if (4 * largest * n < 16777216.0) {
+            const float fn = float(n);
+            for (int64_t c = 0; c < len; ++c) {
+                const float x = float(int32_t(sum[c])) / fn + 0.5f;
+                const int32_t t = int32_t(x);
+                out[c] = T(t - int32_t(float(t) > x));
+            }
+            return;
+        }
         for (int64_t c = 0; c < len; ++c) {
             const double x = double(int32_t(sum[c])) / n + 0.5;
             const int32_t t = int32_t(x);
