@@ -44,6 +44,7 @@
 #include "../img/morphology.h"
 #include "../img/components.h"
 #include "../img/filter.h"
+#include "../img/color.h"
 #include "../img/edge.h"
 #include "../img/distance.h"
 #include "../img/graymap.h"

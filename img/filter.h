@@ -42,9 +42,115 @@ MUTILS_API const char* imguniv_correlate(const _univ_mat* image, const _univ_mat
                                          _mutil_boundary_type boundary, void* intrp_ptr, _univ_mat* result);
 /// @}
 
+/// \name Neighbourhood filters: local mean, local variance, Wiener, quantile (median)
+///
+/// Each result pixel is computed from the window of `win_rows` x `win_cols` image pixels centred
+/// on it exactly as a correlation kernel is: the window of (r, c) covers rows
+/// r - win_rows/2 ... r + win_rows - 1 - win_rows/2 and the columns likewise. Positions outside
+/// the image read through the boundary rule; under rule 0 they are zeros and are counted, so
+/// every window holds N = win_rows * win_cols values. Windows larger than the image are allowed.
+///
+/// | filter         | result                                                                       |
+/// |----------------|------------------------------------------------------------------------------|
+/// | local mean     | mu = (1/N) sum of the window (one division)                                  |
+/// | local variance | var = (1/N) sum of squares - mu^2 (population variance, >= 0), always double |
+/// | Wiener         | mu + max(var - nu, 0) / max(var, nu) * (I - mu); I itself where both are 0   |
+/// | quantile       | x(k0) + (t - k0)(x(k1) - x(k0)) of the sorted window x, t = (N - 1) q,       |
+/// |                | k0 = floor(t), k1 = min(k0 + 1, N - 1): q = 0 minimum, 0.5 median, 1 maximum  |
+///
+/// Wiener (the adaptive local-statistics filter of Lee 1980) takes nu = `noise` when it is 0 or
+/// more, else the mean of the local variance over the image. Local mean, variance and Wiener
+/// accept the boundary rules 0 (zero) and 3 (nearest edge pixel); the quantile filter all four.
+/// Real values computed for an integer result are stored as floor(v + 0.5) clipped to the type's
+/// range (saturating), so an exact half rounds up.
+///
+/// | member                 | image                   | result                                  |
+/// |------------------------|-------------------------|-----------------------------------------|
+/// | `img{u8,u16,s32,dbl}_` | that type               | the image's type (variance: double)     |
+/// | `imguniv_`             | any real type           | any real type (variance: double); the   |
+/// |                        |                         | image is brought to the result's type   |
+/// |                        |                         | first (integer images into any result,  |
+/// |                        |                         | floating ones into floating results)    |
+///
+/// | condition                                                          | message                  |
+/// |--------------------------------------------------------------------|--------------------------|
+/// | null image or result (universal members)                           | "null pointer"           |
+/// | invalid records                                                    | raised by validation     |
+/// | result not of the image's size                                     | "array size mismatch"    |
+/// | a window extent below 1; a boundary rule the filter does not take; | "Illegal data value"     |
+/// | noise NaN or infinite; quantile outside [0, 1] or NaN              |                          |
+/// | result sharing the image's storage                                 | "Illegal memory address" |
+/// | complex image or result; a floating image with an integer result;  | "Illegal data type"      |
+/// | a variance result that is not double                               |                          |
+/// | interruption (polled once per result row)                          | "interrupted"            |
+///
+/// Cost: the mean, variance and Wiener filters run in O(1) per pixel whatever the window
+/// (running column sums in double, exact for integer images while the sums stay below 2^53;
+/// the variance is computed on values less the image mean). The quantile filter sorts windows of
+/// up to 25 values with a comparator network across a strip of pixels; larger windows slide a
+/// histogram along each row (256 bins for u8; for other types a counting tree over the values,
+/// or over the ranks of the image's distinct values, O(win_rows log) per pixel).
+///
+///     // 3 x 3 median of an 8-bit image with replicated edges, and a 5 x 5 Wiener filter
+///     mutils::imgu8_filter_quantile(&img, 3, 3, 0.5, mutils::MUTIL_BOUNDARY_CONTINUE, nullptr, &median);
+///     mutils::imguniv_filter_wiener(&noisy, 5, 5, -1.0, mutils::MUTIL_BOUNDARY_ZERO, nullptr, &restored);
+MUTILS_API const char* imgu8_filter_local_mean(const _uint8_mat* image, int32_t win_rows, int32_t win_cols,
+                                                _mutil_boundary_type boundary, void* intrp_ptr, _uint8_mat* result);
+MUTILS_API const char* imgu8_filter_local_variance(const _uint8_mat* image, int32_t win_rows, int32_t win_cols,
+                                                    _mutil_boundary_type boundary, void* intrp_ptr,
+                                                    _double_mat* result);
+MUTILS_API const char* imgu8_filter_wiener(const _uint8_mat* image, int32_t win_rows, int32_t win_cols, double noise,
+                                            _mutil_boundary_type boundary, void* intrp_ptr, _uint8_mat* result);
+MUTILS_API const char* imgu8_filter_quantile(const _uint8_mat* image, int32_t win_rows, int32_t win_cols, double quantile,
+                                              _mutil_boundary_type boundary, void* intrp_ptr, _uint8_mat* result);
+MUTILS_API const char* imgu16_filter_local_mean(const _uint16_mat* image, int32_t win_rows, int32_t win_cols,
+                                                _mutil_boundary_type boundary, void* intrp_ptr, _uint16_mat* result);
+MUTILS_API const char* imgu16_filter_local_variance(const _uint16_mat* image, int32_t win_rows, int32_t win_cols,
+                                                    _mutil_boundary_type boundary, void* intrp_ptr,
+                                                    _double_mat* result);
+MUTILS_API const char* imgu16_filter_wiener(const _uint16_mat* image, int32_t win_rows, int32_t win_cols, double noise,
+                                            _mutil_boundary_type boundary, void* intrp_ptr, _uint16_mat* result);
+MUTILS_API const char* imgu16_filter_quantile(const _uint16_mat* image, int32_t win_rows, int32_t win_cols, double quantile,
+                                              _mutil_boundary_type boundary, void* intrp_ptr, _uint16_mat* result);
+MUTILS_API const char* imgs32_filter_local_mean(const _sint32_mat* image, int32_t win_rows, int32_t win_cols,
+                                                _mutil_boundary_type boundary, void* intrp_ptr, _sint32_mat* result);
+MUTILS_API const char* imgs32_filter_local_variance(const _sint32_mat* image, int32_t win_rows, int32_t win_cols,
+                                                    _mutil_boundary_type boundary, void* intrp_ptr,
+                                                    _double_mat* result);
+MUTILS_API const char* imgs32_filter_wiener(const _sint32_mat* image, int32_t win_rows, int32_t win_cols, double noise,
+                                            _mutil_boundary_type boundary, void* intrp_ptr, _sint32_mat* result);
+MUTILS_API const char* imgs32_filter_quantile(const _sint32_mat* image, int32_t win_rows, int32_t win_cols, double quantile,
+                                              _mutil_boundary_type boundary, void* intrp_ptr, _sint32_mat* result);
+MUTILS_API const char* imgdbl_filter_local_mean(const _double_mat* image, int32_t win_rows, int32_t win_cols,
+                                                _mutil_boundary_type boundary, void* intrp_ptr, _double_mat* result);
+MUTILS_API const char* imgdbl_filter_local_variance(const _double_mat* image, int32_t win_rows, int32_t win_cols,
+                                                    _mutil_boundary_type boundary, void* intrp_ptr,
+                                                    _double_mat* result);
+MUTILS_API const char* imgdbl_filter_wiener(const _double_mat* image, int32_t win_rows, int32_t win_cols, double noise,
+                                            _mutil_boundary_type boundary, void* intrp_ptr, _double_mat* result);
+MUTILS_API const char* imgdbl_filter_quantile(const _double_mat* image, int32_t win_rows, int32_t win_cols, double quantile,
+                                              _mutil_boundary_type boundary, void* intrp_ptr, _double_mat* result);
+MUTILS_API const char* imguniv_filter_local_mean(const _univ_mat* image, int32_t win_rows, int32_t win_cols,
+                                                _mutil_boundary_type boundary, void* intrp_ptr, _univ_mat* result);
+MUTILS_API const char* imguniv_filter_local_variance(const _univ_mat* image, int32_t win_rows, int32_t win_cols,
+                                                    _mutil_boundary_type boundary, void* intrp_ptr,
+                                                    _univ_mat* result);
+MUTILS_API const char* imguniv_filter_wiener(const _univ_mat* image, int32_t win_rows, int32_t win_cols, double noise,
+                                            _mutil_boundary_type boundary, void* intrp_ptr, _univ_mat* result);
+MUTILS_API const char* imguniv_filter_quantile(const _univ_mat* image, int32_t win_rows, int32_t win_cols, double quantile,
+                                              _mutil_boundary_type boundary, void* intrp_ptr, _univ_mat* result);
+
 }  // namespace mutils
 
 /// `imguniv_convolve`: the contract, element types and messages are in the file description.
 MUTILS_API mutils::_mutil_errcode imguniv_convolve(const mutils::_univ_mat* image, const mutils::_univ_mat* kernel,
                                                    mutils::_mutil_boundary_type boundary, void* intrp_ptr,
                                                    mutils::_univ_mat* result);
+MUTILS_API mutils::_mutil_errcode imguniv_filter_wiener(const mutils::_univ_mat* image, int32_t win_rows,
+                                                        int32_t win_cols, double noise,
+                                                        mutils::_mutil_boundary_type boundary, void* intrp_ptr,
+                                                        mutils::_univ_mat* result);
+MUTILS_API mutils::_mutil_errcode imguniv_filter_quantile(const mutils::_univ_mat* image, int32_t win_rows,
+                                                          int32_t win_cols, double quantile,
+                                                          mutils::_mutil_boundary_type boundary, void* intrp_ptr,
+                                                          mutils::_univ_mat* result);

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs what building, testing and benchmarking need on a fresh Debian 12 machine.
-# Usage (as root): scripts/install-deps.sh [--bench]   Idempotent; quiet when everything is present.
+# Usage (as root): scripts/install-deps.sh [--bench | --docs | --fuzz | --peers]   Idempotent; quiet when everything is present.
 set -euo pipefail
 pkgs=(build-essential cmake libgtest-dev libgmock-dev libtiff-dev libcli11-dev netpbm libtiff-tools libpng-dev
       libjpeg62-turbo-dev)
@@ -10,6 +10,11 @@ fi
 if [ "${1:-}" = "--docs" ]; then
   pkgs+=(doxygen clang-format)
 fi
+# --peers: the Python peers of the differential tests, then regenerates tests/data/peers/.
+if [ "${1:-}" = "--peers" ]; then
+  pkgs+=(python3-numpy python3-scipy python3-skimage python3-opencv)
+fi
+peers() { for s in "$(dirname "$0")"/../tests/peers/*.py; do /usr/bin/python3 "$s"; done; }
 if [ "${1:-}" = "--fuzz" ]; then
   pkgs+=(clang libclang-rt-14-dev)
 fi
@@ -17,8 +22,12 @@ missing=()
 for p in "${pkgs[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
 done
-[ ${#missing[@]} -eq 0 ] && exit 0
+if [ ${#missing[@]} -eq 0 ]; then
+  if [ "${1:-}" = "--peers" ]; then peers; fi
+  exit 0
+fi
 SUDO=""; [ "$(id -u)" -ne 0 ] && SUDO="sudo"
 export DEBIAN_FRONTEND=noninteractive
 $SUDO apt-get update -qq >/dev/null
 $SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+if [ "${1:-}" = "--peers" ]; then peers; fi

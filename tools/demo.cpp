@@ -216,6 +216,29 @@ void demo(const std::string& dir) {
     });
     save(path("hull.pgm"), one(hull));
 
+    _univ_mat median = make(kSize, kSize, MUTIL_UINT8);
+    timed({"Median filter", "scene.pgm", "median.pgm", "5 x 5 window, replicated edges", "", sz}, [&] {
+        check(mutils::imguniv_filter_quantile(&scene, 5, 5, 0.5, MUTIL_BOUNDARY_CONTINUE, nullptr, &median));
+        _univ_mat var = make(kSize, kSize, MUTIL_DOUBLE);
+        check(mutils::imguniv_filter_local_variance(&median, 3, 3, MUTIL_BOUNDARY_CONTINUE, nullptr, &var));
+        auto [lo, hi] = range_of(var);
+        (void)lo;
+        return "largest 3x3 variance after it " + fmt("%.0f", hi);
+    });
+    save(path("median.pgm"), one(median));
+
+    _univ_mat grey = make(kSize, kSize, MUTIL_UINT8);
+    timed({"Colour to grey", "scene-colour.ppm", "grey.pgm", "BT.601 luma 0.299 R + 0.587 G + 0.114 B", "", sz}, [&] {
+        _mat_set rgb;
+        int32_t three = 3;
+        mutils::matset_malloc(&rgb, 1, &three);
+        for (int k = 0; k < 3; ++k) rgb.mats[k] = colour.planes[k];
+        check(mutils::imgset_color_to_grayscale(&rgb, nullptr, &grey));
+        auto [lo, hi] = range_of(grey);
+        return "grey levels " + fmt("%.0f", lo) + " ... " + fmt("%.0f", hi);
+    });
+    save(path("grey.pgm"), one(grey));
+
     _univ_mat dct = make(kSize, kSize, MUTIL_DOUBLE);
     timed({"2-D DCT", "scene.pgm", "dct.pgm", "orthonormal DCT-II; shown as log(1 + |c|)", "", sz}, [&] {
         check(mutils::siguniv_transform_discrete_cosine_II_2d(&scene_d, 0, nullptr, &dct));

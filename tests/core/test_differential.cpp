@@ -394,6 +394,16 @@ ROW(img, map_window_level, exact, in<T>(5, 4, 200), 20.0, 150.0, nullptr, res<un
 ROW(img, threshold_auto, exact, in<T>(8, 8, 200), int32_t(32), IMG_THRESH_BETWEEN_CLASS, nullptr, res<T>(8, 8),
     val_out<double>())
 ROW(img, edge_nonmaxima_suppress, exact, in<T>(6, 6), in<T>(6, 6), nullptr, res<T>(6, 6))
+// The window filters run every real type through the universal member; typed members exist for four.
+#define WINDOW_TYPES (wider_for<T, int16_t, uint32_t, float>)
+ROW(img, filter_local_mean, WINDOW_TYPES, in<T>(7, 6), 3, 4, MUTIL_BOUNDARY_CONTINUE, nullptr, res<T>(7, 6))
+ROW(img, filter_local_variance, WINDOW_TYPES, in<T>(7, 6), 4, 3, MUTIL_BOUNDARY_ZERO, nullptr, res<double>(7, 6))
+ROW(img, filter_wiener, WINDOW_TYPES, in<T>(7, 6), 3, 3, -1.0, MUTIL_BOUNDARY_ZERO, nullptr, res<T>(7, 6))
+// Quantiles of 30 values slide a histogram; of 9 values, they go through the comparator network.
+ROW(img, filter_quantile, WINDOW_TYPES, in<T>(7, 6), 5, 6, 0.7, MUTIL_BOUNDARY_PERIODIC, nullptr, res<T>(7, 6))
+struct typed_img_filter_quantile_small : typed_img_filter_quantile {};
+MUTILS_ROW_TEST(img, filter_quantile_small, imguniv_filter_quantile, WINDOW_TYPES, in<T>(7, 6), 3, 3, 0.3,
+                MUTIL_BOUNDARY_REFLECT, nullptr, res<T>(7, 6))
 
 // ---- signals, polygons, classes -------------------------------------------------------------------
 #define SIG in<T>(6, 5, 9), in<T>(2, 3, 3)
@@ -517,6 +527,7 @@ TEST(Differential, MixedOperandsGoThroughTheResultType) {
     mixed("matuniv_abs", [](C a, C, M r) { return matuniv_abs(a, nullptr, r); }, 4, 3, 3);
     mixed("matuniv_multiply", [](C a, C b, M r) { return matuniv_multiply(a, b, nullptr, r); }, 4, 3, 2);
     mixed("imguniv_convolve", [](C a, C b, M r) { return imguniv_convolve(a, b, MUTIL_BOUNDARY_REFLECT, nullptr, r); }, 3, 3, 3, false);
+    mixed("imguniv_filter_local_mean", [](C a, C, M r) { return imguniv_filter_local_mean(a, 2, 3, MUTIL_BOUNDARY_ZERO, nullptr, r); }, 3, 3, 3, false);
     mixed("imguniv_correlate", [](C a, C b, M r) { return imguniv_correlate(a, b, MUTIL_BOUNDARY_ZERO, nullptr, r); }, 3, 3, 3, false);
 }
 

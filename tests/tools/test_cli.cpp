@@ -122,6 +122,25 @@ TEST_F(Cli, LabelCountsComponentsWithTheBackground) {
     EXPECT_EQ(d.status, 0) << d.err;
 }
 
+TEST_F(Cli, FiltersAndColourWriteImagesAndRefuseBadParameters) {
+    write("sq.pgm", kSquare);
+    CliRun m = run("filter median sq.pgm --size 3 --border 0 -o m.pgm");
+    EXPECT_EQ(m.status, 0) << m.err;
+    ASSERT_EQ(run("convert m.pgm -o m.pgm --plain").status, 0);
+    // Each corner of the square sees four bright pixels out of nine: below the median.
+    EXPECT_EQ(read("m.pgm"), "P2 4 4 1\n0 0 0 0 \n0 0 0 0 \n0 0 0 0 \n0 0 0 0 \n");
+    CliRun bad = run("filter mean sq.pgm --border 2 -o x.pgm");
+    EXPECT_EQ(bad.status, 1);
+    EXPECT_EQ(bad.err, "mutils filter: sq.pgm: Illegal data value\n");
+    write("c.ppm", "P3 2 1 255\n255 0 0 0 0 255\n");
+    EXPECT_EQ(run("color gray c.ppm -o g.pgm").status, 0);
+    ASSERT_EQ(run("convert g.pgm -o g.pgm --plain").status, 0);
+    EXPECT_EQ(read("g.pgm"), "P2 2 1 76\n76 29 \n");
+    EXPECT_EQ(run("color palette c.ppm --levels 2 -o p.ppm").status, 0);
+    EXPECT_EQ(run("color convert c.ppm --to rgb -o same.ppm").status, 0);
+    EXPECT_EQ(read("same.ppm"), read("p.ppm"));
+}
+
 TEST_F(Cli, BatchTransformAndWindowWriteTheirFiles) {
     write("a.pgm", kSquare);
     write("b.pgm", kSquare);
