@@ -1,6 +1,7 @@
-// Colour images and palettes. A colour image is a set of three planes R, G, B of one size and one
-// element type; integer planes are u8 or u16 and run from 0 to 255 or 65535, floating planes
-// from 0 to 1.
+/// @file
+/// Colour images and palettes. A colour image is a set of three planes R, G, B of one size and one
+/// element type; integer planes are u8 or u16 and run from 0 to 255 or 65535, floating planes
+/// from 0 to 1.
 #pragma once
 
 #include "../core/errors.h"
@@ -32,6 +33,7 @@ enum _img_color_space : int32_t {
 ///     mutils::imgset_color_to_grayscale(&rgb, nullptr, &grey);   // u8 planes -> u8 grey
 MUTILS_API const char* imgset_color_to_grayscale(const _mat_set* rgb, void* intrp_ptr, _univ_mat* gray);
 
+/// @{
 /// Planes from an index image and a palette: `palette` is K x P (one colour per row, any real
 /// type; P = 3 for colour, 1 for a grey ramp), `index` an integer image (u8, u16, u32, s16,
 /// s32); plane j of the result is palette(index, j). The result set has P planes of the
@@ -70,6 +72,7 @@ MUTILS_API const char* imgset_color_from_palette(const _univ_mat* index, const _
                                                  _mat_set* planes);
 MUTILS_API const char* imgset_color_to_palette(const _mat_set* planes, const _univ_mat* palette, void* intrp_ptr,
                                                _univ_mat* index);
+/// @}
 
 /// Converts a three-plane image between colour spaces, always through R, G, B in [0, 1]
 /// (`from` = `to` runs the same path, so u8 RGB into double planes gives [0, 1]).
@@ -106,8 +109,12 @@ MUTILS_API const char* imgset_color_convert(const _mat_set* in, _img_color_space
 
 }  // namespace mutils
 
+/// @{
+/// `color_to_grayscale`, `color_from_palette` for each element type declared here; the contract, element types and
+/// messages are in the file description.
 MUTILS_API mutils::_mutil_errcode imgset_color_to_grayscale(const mutils::_mat_set* rgb, void* intrp_ptr,
                                                             mutils::_univ_mat* gray);
 MUTILS_API mutils::_mutil_errcode imgset_color_from_palette(const mutils::_univ_mat* index,
                                                             const mutils::_univ_mat* palette, void* intrp_ptr,
                                                             mutils::_mat_set* planes);
+/// @}

@@ -42,7 +42,8 @@ MUTILS_API const char* imguniv_correlate(const _univ_mat* image, const _univ_mat
                                          _mutil_boundary_type boundary, void* intrp_ptr, _univ_mat* result);
 /// @}
 
-/// \name Neighbourhood filters: local mean, local variance, Wiener, quantile (median)
+/// @{
+/// Neighbourhood filters: local mean, local variance, Wiener, quantile (median)
 ///
 /// Each result pixel is computed from the window of `win_rows` x `win_cols` image pixels centred
 /// on it exactly as a correlation kernel is: the window of (r, c) covers rows
@@ -139,9 +140,11 @@ MUTILS_API const char* imguniv_filter_wiener(const _univ_mat* image, int32_t win
                                             _mutil_boundary_type boundary, void* intrp_ptr, _univ_mat* result);
 MUTILS_API const char* imguniv_filter_quantile(const _univ_mat* image, int32_t win_rows, int32_t win_cols, double quantile,
                                               _mutil_boundary_type boundary, void* intrp_ptr, _univ_mat* result);
+/// @}
 
 }  // namespace mutils
 
+/// @{
 /// `imguniv_convolve`: the contract, element types and messages are in the file description.
 MUTILS_API mutils::_mutil_errcode imguniv_convolve(const mutils::_univ_mat* image, const mutils::_univ_mat* kernel,
                                                    mutils::_mutil_boundary_type boundary, void* intrp_ptr,
@@ -154,3 +157,4 @@ MUTILS_API mutils::_mutil_errcode imguniv_filter_quantile(const mutils::_univ_ma
                                                           int32_t win_cols, double quantile,
                                                           mutils::_mutil_boundary_type boundary, void* intrp_ptr,
                                                           mutils::_univ_mat* result);
+/// @}
