@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "detail_double.h"
+#include "../core/detail.h"
+
 
 namespace mutils {
 namespace detail {
@@ -223,8 +224,9 @@ const char* sigdbl_kernel_choi_williams(int32_t nlag, int32_t nmax, double sigma
 #define MUTILS_TIMEFREQ_UNIV(NAME)                                                                  \
     const char* siguniv_timefreq_autocorrelate_##NAME(const _univ_mat* x, int32_t step, void* i,    \
                                                        _univ_mat* r) {                               \
-        MUTILS_TRY(require_double(x, r));                                                           \
-        return sigdbl_timefreq_autocorrelate_##NAME(as<double>(x), step, i, as<double>(r));        \
+        return univ_call(types<double>{}, with(x, r), [&](auto, auto* tx, auto* tr) {               \
+            return sigdbl_timefreq_autocorrelate_##NAME(tx, step, i, tr);                           \
+        });                                                                                         \
     }
 MUTILS_TIMEFREQ_UNIV(wigner)
 MUTILS_TIMEFREQ_UNIV(born_jordan)
@@ -234,14 +236,14 @@ MUTILS_TIMEFREQ_UNIV(margeneau_hill)
 
 const char* siguniv_timefreq_autocorrelate_choi_williams(const _univ_mat* x, double sigma, int32_t step, void* i,
                                                          _univ_mat* r) {
-    MUTILS_TRY(require_double(x, r));
-    return choi_williams(as<double>(x), sigma, step, i, as<double>(r));
+    return univ_call(types<double>{}, with(x, r),
+                     [&](auto, auto* tx, auto* tr) { return choi_williams(tx, sigma, step, i, tr); });
 }
 
 const char* siguniv_timefreq_autocorrelate_custom(const _univ_mat* x, int32_t step, const _univ_mat* k, void* i,
                                                   _univ_mat* r) {
-    MUTILS_TRY(require_double(x, k, r));
-    return custom(as<double>(x), step, as<double>(k), i, as<double>(r));
+    return univ_call(types<double>{}, with(x, k, r),
+                     [&](auto, auto* tx, auto* tk, auto* tr) { return custom(tx, step, tk, i, tr); });
 }
 
 const char* siguniv_kernel_choi_williams(int32_t nlag, int32_t nmax, double sigma, void* i, _univ_mat* k,

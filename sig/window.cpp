@@ -4,7 +4,8 @@
 #include <cmath>
 #include <limits>
 
-#include "detail_double.h"
+#include "../core/detail.h"
+
 
 namespace mutils {
 namespace detail {
@@ -261,13 +262,13 @@ const char* sigdbl_window_chebyshev(double p, void* i, _double_mat* r) { return 
 // The universal members accept double results only and pass them on.
 #define MUTILS_WINDOW_UNIV(NAME)                                                    \
     const char* siguniv_window_##NAME(void* i, _univ_mat* r) {                      \
-        MUTILS_TRY(require_double(r));                                              \
-        return sigdbl_window_##NAME(i, as<double>(r));                              \
+        return univ_call(types<double>{}, with(r),                                  \
+                         [&](auto, auto* tr) { return sigdbl_window_##NAME(i, tr); }); \
     }
 #define MUTILS_WINDOW_UNIV_PARAM(NAME)                                              \
     const char* siguniv_window_##NAME(double p, void* i, _univ_mat* r) {            \
-        MUTILS_TRY(require_double(r));                                              \
-        return sigdbl_window_##NAME(p, i, as<double>(r));                           \
+        return univ_call(types<double>{}, with(r),                                  \
+                         [&](auto, auto* tr) { return sigdbl_window_##NAME(p, i, tr); }); \
     }
 MUTILS_WINDOW_UNIV(rectangle)
 MUTILS_WINDOW_UNIV(triangle)
