@@ -1,0 +1,270 @@
+"""Makes the Python functions of the package from the members' signatures and the table.
+
+Each function is written out as Python source and compiled once at import, so a call runs
+straight-line code: convert the array inputs, allocate the results at the size the table's rule
+gives, and call the member in `_core` (which releases the GIL and maps messages to exceptions).
+The generated source of a function is kept in its `__source__` attribute for reading.
+"""
+import keyword
+
+import numpy as np
+
+from . import _core
+from ._errors import raise_message
+from ._signatures import ENUMS, MEMBERS
+from ._table import FILES_MODULE, REQUIRED, TABLE, Expr
+
+TYPE_CODES = {np.dtype(n): i for i, n in enumerate(
+    ["uint8", "int8", "uint16", "int16", "uint32", "int32", "float32", "float64", "complex128"]) if i != 1}
+ARRAY_IN = ("const _univ_mat*", "const _mat_set*")
+TYPED_IN = ("const _sint32_mat*", "const _double_mat*", "const _uint8_mat*")
+MATRIX_OUT = ("_univ_mat*", "_mat_set*", "_uint32_mat*", "_sint32_mat*", "_uint8_mat*", "_double_mat*")
+TYPED_OUT = {"_uint32_mat*": "uint32", "_sint32_mat*": "int32", "_uint8_mat*": "uint8", "_double_mat*": "float64"}
+
+_dtypes = {}
+
+
+def result_dtype(spec):
+    """The numpy dtype of a result type given as anything numpy understands."""
+    try:
+        return _dtypes[spec]
+    except (KeyError, TypeError):
+        pass
+    try:
+        dt = np.dtype(spec)
+    except TypeError:
+        raise_message("Illegal data type")
+    if dt.newbyteorder("=") not in TYPE_CODES:
+        raise_message("Illegal data type")
+    try:
+        _dtypes[spec] = dt.newbyteorder("=")
+    except TypeError:
+        pass
+    return dt.newbyteorder("=")
+
+
+def new_result(shape, dtype):
+    """A zeroed result array; sizes below 1 are the library's "array size mismatch"."""
+    dt = result_dtype(dtype)
+    try:
+        if min(shape) < 1:
+            raise_message("array size mismatch")
+        return np.zeros(shape, dt)
+    except TypeError:
+        raise_message("Illegal data type")
+    except (ValueError, OverflowError):
+        raise_message("array size mismatch")
+    except MemoryError:
+        raise_message("out of memory")
+
+
+def type_code(dtype):
+    return TYPE_CODES.get(dtype, 7)
+
+
+def enum_value(table, value):
+    if isinstance(value, str):
+        try:
+            return table[value]
+        except KeyError:
+            raise_message("Illegal data value")
+    return value
+
+
+def dtype_code(value):
+    return TYPE_CODES[result_dtype(value)]
+
+
+def as_array(x):
+    return x if x.__class__ is np.ndarray else np.asarray(x)
+
+
+def rows(x):
+    return x.shape[-2] if x.ndim >= 2 else 1
+
+
+def cols(x):
+    return x.shape[-1] if x.ndim >= 1 else 1
+
+
+def stepped(data, rstep, cstep):
+    """The size of a result that takes every rstep-th row and cstep-th column."""
+    try:
+        r, c = (rows(data) - 1) // int(rstep) + 1, (cols(data) - 1) // int(cstep) + 1
+    except (TypeError, ValueError, ZeroDivisionError, OverflowError):
+        return data.shape
+    if r < 1 or c < 1:
+        return data.shape
+    return (c,) if data.ndim == 1 else (r, c)
+
+
+def compact_size(a, nbits, ncodes, expand, count):
+    """Bytes of `ncodes` packed codes, or the number of codes a byte stream holds."""
+    try:
+        if not expand:
+            return max(1, -(-int(ncodes or a.size) * int(nbits) // 8))
+        return max(1, int(count or ncodes or a.size * 8 // max(int(nbits), 1)))
+    except (TypeError, ValueError, OverflowError):
+        return 1
+
+
+def per_plane(value, n):
+    return np.full(n, value, np.int32) if np.ndim(value) == 0 else value
+
+
+def column(x):
+    return x.reshape(-1, 1) if x.ndim == 1 else x
+
+
+def enum_names(cname):
+    """Python names of an enumeration's values: the enumerator names after their common prefix."""
+    names = list(ENUMS[cname])
+    prefix = names[0]
+    for n in names[1:]:
+        while not n.startswith(prefix):
+            prefix = prefix[:-1]
+    prefix = prefix[: prefix.rfind("_") + 1]
+    return {n[len(prefix):].lower(): v for n, v in ENUMS[cname].items()}
+
+
+def pyname(name):
+    return name + "_" if keyword.iskeyword(name) else name
+
+
+def split_member(cname):
+    fam, rest = cname[:3], cname[3:]
+    kind, op = rest.split("_", 1)
+    return fam, kind, op
+
+
+def module_of(cname):
+    params = MEMBERS[cname][1]
+    if any(t in ("FILE*", "const wchar_t*") for _, t in params):
+        return FILES_MODULE
+    return split_member(cname)[0]
+
+
+def make_function(cname, set_function=None):
+    """The Python function of one member (with dispatch of 3-D arrays to `set_function`)."""
+    void, params = MEMBERS[cname]
+    fam, kind, op = split_member(cname)
+    entry = dict(TABLE.get(cname, {}))
+    doc = entry.pop("doc", None)
+    dtype_default = entry.pop("dtype", None)
+    scalar_expr = entry.pop("scalar", None)
+    columns = entry.pop("columns", ())
+    planes = entry.pop("per_plane", ())
+    ns = {"_c": getattr(_core, cname), "_new": new_result, "_code": type_code, "_en": enum_value,
+          "_dc": dtype_code, "_a": as_array, "_set": set_function, "_rdt": result_dtype, "np": np,
+          "_rows": rows, "_cols": cols, "_stepped": stepped, "_compact_size": compact_size,
+          "_plane": per_plane, "_column": column}
+    inputs = [(pyname(n), t) for n, t in params if t != "void*" and not (t in MATRIX_OUT or
+              (t.endswith("*") and not t.startswith("const") and t not in ("FILE*",)))]
+    outputs = [(pyname(n), t) for n, t in params if t in MATRIX_OUT]
+    input_names = {n for n, _ in inputs}
+    out_names = {n for n, _ in outputs}
+    arrays = [n for n, t in inputs if t in ARRAY_IN]
+    extras = [k for k in entry if k not in input_names and k not in out_names]
+
+    sig, body = [], []
+    computed = []
+    for n in [n for n, _ in inputs] + extras:
+        if n not in entry or entry[n] is REQUIRED:
+            sig.append(n)
+        elif isinstance(entry[n], Expr):
+            sig.append("%s=None" % n)
+            computed.append("if %s is None: %s = %s" % (n, n, entry[n]))
+        else:
+            sig.append("%s=_d_%s" % (n, n))
+            ns["_d_" + n] = entry[n]
+    # Reorder so that parameters without defaults come first (Python's rule), keeping order.
+    required = [s for s in sig if "=" not in s]
+    optional = [s for s in sig if "=" in s]
+    if optional and sig != required + optional:
+        sig = required + optional
+
+    for n, t in inputs:
+        if t in ARRAY_IN:
+            body.append("%s = _a(%s)" % (n, n))
+            if n in columns:
+                body.append("%s = _column(%s)" % (n, n))
+        elif t.startswith("_") and t.endswith("_type") and t != "_mutil_data_type" and t in ENUMS:
+            ns["_E_" + n] = enum_names(t)
+            body.append("%s = _en(_E_%s, %s)" % (n, n, n))
+        elif t == "_mutil_data_type":
+            body.append("%s = _dc(%s)" % (n, n))
+        elif n in planes:
+            body.append("%s = _plane(%s, %s.shape[0])" % (n, n, arrays[0]))
+        elif t == "FILE*":
+            mode = "wb" if ("write" in op or "print" in op) else "rb"
+            body.append("%s = (%s, %r)" % (n, n, mode))
+    dispatch_at = len(body)
+
+    body.extend(computed)
+    uses_dtype = False
+    for n, t in outputs:
+        rule = entry.get(n, "like " + arrays[0] if arrays and t in ("_univ_mat*", "_mat_set*") else None)
+        if rule is None:
+            body.append("%s = None" % n)
+            continue
+        if rule.startswith("like "):
+            shape, dt = rule[5:].strip() + ".shape", "dtype"
+        else:
+            shape, dt = (s.strip() for s in rule.split(" : "))
+        if t in TYPED_OUT and dt == "dtype":
+            dt = repr(TYPED_OUT[t])
+        if "dtype" in dt.split("."):
+            uses_dtype = True
+        body.append("%s = _new(%s, %s)" % (n, shape, dt))
+    if set_function is not None and arrays:
+        accepted = set_function.__code__.co_varnames
+        kw = ["%s=%s" % (n, n) for n in [n for n, _ in inputs] + extras + (["dtype"] if uses_dtype else [])
+              if n in accepted]
+        body.insert(dispatch_at, "if %s.ndim == 3: return _set(%s)" % (arrays[0], ", ".join(kw)))
+    if uses_dtype:
+        sig.append("*")
+        sig.append("dtype=None")
+        default = dtype_default or (arrays[0] + ".dtype" if arrays else "'float64'")
+        body.insert(len(body) - len(outputs), "if dtype is None: dtype = %s" % default)
+
+    if scalar_expr is None:
+        ref = arrays[0] + ".dtype" if arrays else (outputs[0][0] + ".dtype" if outputs and
+                                                 entry.get(outputs[0][0], "") is not None else "None")
+        scalar_expr = "_code(%s)" % ref if ref != "None" else "7"
+    args = []
+    for n, t in params:
+        n = pyname(n)
+        args.append("None" if (t == "void*" or (n not in input_names and n not in out_names)) else n)
+    body.append("return _c(%s, %s)" % (", ".join(args), scalar_expr))
+    if any(s == "*" for s in sig) and sig[-1] == "*":
+        sig.pop()
+    src = "def %s(%s):\n    %s\n" % (op, ", ".join(sig), "\n    ".join(body))
+    exec(compile(src, "<mutils.%s>" % op, "exec"), ns)
+    fn = ns[op]
+    fn.__source__ = src
+    fn.__qualname__ = op
+    fn.__doc__ = doc or ("Calls `%s` (see its header for the contract). Arguments in the C++ order "
+                         "without intrp_ptr and the results; returns the results." % cname)
+    fn.__wrapped_member__ = cname
+    return fn
+
+
+def build(module):
+    """name -> function for the members of one submodule ('mat', 'img', ..., or 'io')."""
+    names = sorted(n for n in MEMBERS if module_of(n) == module)
+    by_op = {}
+    for n in names:
+        fam, kind, op = split_member(n)
+        by_op.setdefault(op, {})[kind] = n
+    out = {}
+    for op, kinds in by_op.items():
+        if "univ" in kinds:
+            setf = make_function(kinds["set"]) if "set" in kinds else None
+            out[op] = make_function(kinds["univ"], setf)
+            if setf is not None:
+                out[op].__set_member__ = kinds["set"]
+        else:
+            out[op] = make_function(kinds["set"])
+    for fn in out.values():
+        fn.__module__ = "mutils." + module
+    return out
