@@ -6,11 +6,12 @@ gives, and call the member in `_core` (which releases the GIL and maps messages 
 The generated source of a function is kept in its `__source__` attribute for reading.
 """
 import keyword
+import operator
 
 import numpy as np
 
 from . import _core
-from ._errors import raise_message
+from ._errors import Error, raise_message
 from ._signatures import ENUMS, MEMBERS
 from ._table import FILES_MODULE, REQUIRED, TABLE, Expr
 
@@ -47,6 +48,7 @@ def new_result(shape, dtype):
     """A zeroed result array; sizes below 1 are the library's "array size mismatch"."""
     dt = result_dtype(dtype)
     try:
+        shape = tuple(map(operator.index, shape))
         if min(shape) < 1:
             raise_message("array size mismatch")
         return np.zeros(shape, dt)
@@ -58,8 +60,18 @@ def new_result(shape, dtype):
         raise_message("out of memory")
 
 
+_SCALAR_CODES = {**TYPE_CODES, np.dtype(bool): 0}   # booleans travel as bytes
+
+
+def bad_arguments(error):
+    """A result size that cannot be computed from the arguments: they have the wrong type."""
+    if isinstance(error, Error):
+        raise error
+    raise_message("Illegal data type")
+
+
 def type_code(dtype):
-    return TYPE_CODES.get(dtype, 7)
+    return _SCALAR_CODES.get(dtype, 7)
 
 
 def enum_value(table, value):
@@ -144,8 +156,8 @@ def module_of(cname):
     return split_member(cname)[0]
 
 
-def make_function(cname, set_function=None):
-    """The Python function of one member (with dispatch of 3-D arrays to `set_function`)."""
+def make_function(cname):
+    """The Python function of one member."""
     void, params = MEMBERS[cname]
     fam, kind, op = split_member(cname)
     entry = dict(TABLE.get(cname, {}))
@@ -155,9 +167,9 @@ def make_function(cname, set_function=None):
     columns = entry.pop("columns", ())
     planes = entry.pop("per_plane", ())
     ns = {"_c": getattr(_core, cname), "_new": new_result, "_code": type_code, "_en": enum_value,
-          "_dc": dtype_code, "_a": as_array, "_set": set_function, "_rdt": result_dtype, "np": np,
+          "_dc": dtype_code, "_a": as_array, "_rdt": result_dtype, "np": np,
           "_rows": rows, "_cols": cols, "_stepped": stepped, "_compact_size": compact_size,
-          "_plane": per_plane, "_column": column}
+          "_plane": per_plane, "_column": column, "_bad": bad_arguments}
     inputs = [(pyname(n), t) for n, t in params if t != "void*" and not (t in MATRIX_OUT or
               (t.endswith("*") and not t.startswith("const") and t not in ("FILE*",)))]
     outputs = [(pyname(n), t) for n, t in params if t in MATRIX_OUT]
@@ -198,8 +210,8 @@ def make_function(cname, set_function=None):
         elif t == "FILE*":
             mode = "wb" if ("write" in op or "print" in op) else "rb"
             body.append("%s = (%s, %r)" % (n, n, mode))
-    dispatch_at = len(body)
 
+    guarded_from = len(body)
     body.extend(computed)
     uses_dtype = False
     for n, t in outputs:
@@ -216,17 +228,15 @@ def make_function(cname, set_function=None):
         if "dtype" in dt.split("."):
             uses_dtype = True
         body.append("%s = _new(%s, %s)" % (n, shape, dt))
-    if set_function is not None and arrays:
-        accepted = set_function.__code__.co_varnames
-        kw = ["%s=%s" % (n, n) for n in [n for n, _ in inputs] + extras + (["dtype"] if uses_dtype else [])
-              if n in accepted]
-        body.insert(dispatch_at, "if %s.ndim == 3: return _set(%s)" % (arrays[0], ", ".join(kw)))
     if uses_dtype:
         sig.append("*")
         sig.append("dtype=None")
         default = dtype_default or (arrays[0] + ".dtype" if arrays else "'float64'")
         body.insert(len(body) - len(outputs), "if dtype is None: dtype = %s" % default)
 
+    if len(body) > guarded_from:   # sizes and types computed from the arguments
+        body[guarded_from:] = ["try:"] + ["    " + line for line in body[guarded_from:]] + [
+            "except Exception as e: _bad(e)"]
     if scalar_expr is None:
         ref = arrays[0] + ".dtype" if arrays else (outputs[0][0] + ".dtype" if outputs and
                                                  entry.get(outputs[0][0], "") is not None else "None")
@@ -249,6 +259,38 @@ def make_function(cname, set_function=None):
     return fn
 
 
+def first_array(fn):
+    """Position and name of a function's first array argument."""
+    params = dict(MEMBERS[fn.__wrapped_member__][1])
+    names = fn.__code__.co_varnames[:fn.__code__.co_argcount]
+    for i, n in enumerate(names):
+        if params.get(n.rstrip("_")) in ARRAY_IN:
+            return i, n
+    return 0, names[0]
+
+
+def dispatch(univ, setf):
+    """One function for a universal and a set member: 3-D arrays go to the set member."""
+    pos, name = first_array(univ)
+    set_name = first_array(setf)[1]
+
+    def fn(*args, **kwargs):
+        x = args[pos] if len(args) > pos else kwargs.get(name, kwargs.get(set_name))
+        if np.ndim(x) == 3:
+            if name in kwargs and name != set_name:
+                kwargs[set_name] = kwargs.pop(name)
+            return setf(*args, **kwargs)
+        return univ(*args, **kwargs)
+
+    fn.__name__ = fn.__qualname__ = univ.__name__
+    fn.__doc__ = "2-D arrays: %s\n\n3-D arrays (sets, planes first): %s\n\n%s\n%s" % (
+        univ.__wrapped_member__, setf.__wrapped_member__, univ.__source__, setf.__source__)
+    fn.__wrapped_member__ = univ.__wrapped_member__
+    fn.__set_member__ = setf.__wrapped_member__
+    fn.__source__ = univ.__source__ + setf.__source__
+    return fn
+
+
 def build(module):
     """name -> function for the members of one submodule ('mat', 'img', ..., or 'io')."""
     names = sorted(n for n in MEMBERS if module_of(n) == module)
@@ -258,13 +300,8 @@ def build(module):
         by_op.setdefault(op, {})[kind] = n
     out = {}
     for op, kinds in by_op.items():
-        if "univ" in kinds:
-            setf = make_function(kinds["set"]) if "set" in kinds else None
-            out[op] = make_function(kinds["univ"], setf)
-            if setf is not None:
-                out[op].__set_member__ = kinds["set"]
-        else:
-            out[op] = make_function(kinds["set"])
+        fns = {k: make_function(n) for k, n in kinds.items()}
+        out[op] = dispatch(fns["univ"], fns["set"]) if len(fns) == 2 else next(iter(fns.values()))
     for fn in out.values():
         fn.__module__ = "mutils." + module
     return out

@@ -137,7 +137,7 @@ TABLE = {
                                    offset=0, separator=" ", comment="#", dtype="'uint8'",
                                    scalar="_code(result.dtype)"),
     # ---- sig ------------------------------------------------------------------------------------
-    "siguniv_transform_discrete_fourier": dict(out="in_.shape : 'complex128'", inverse=0),
+    "siguniv_transform_discrete_fourier": dict(out="in_.shape : 'complex128'", inverse=0, columns=("in_",)),
     "siguniv_transform_discrete_cosine_II": dict(out="in_.shape : 'float64'"),
     "siguniv_transform_discrete_cosine_II_inverse": dict(out="in_.shape : 'float64'"),
     "siguniv_transform_discrete_cosine_II_2d": dict(out="in_.shape : 'float64'", inverse=0),
