@@ -87,8 +87,14 @@ def dtype_code(value):
     return TYPE_CODES[result_dtype(value)]
 
 
+_BOOL = np.dtype(bool)
+
+
 def as_array(x):
-    return x if x.__class__ is np.ndarray else np.asarray(x)
+    """An array argument as numpy sees it; booleans as bytes 0 and 1 (a view, no copy)."""
+    if x.__class__ is not np.ndarray:
+        x = np.asarray(x)
+    return x.view(np.uint8) if x.dtype is _BOOL else x
 
 
 def rows(x):
