@@ -6,7 +6,6 @@ gives, and call the member in `_core` (which releases the GIL and maps messages 
 The generated source of a function is kept in its `__source__` attribute for reading.
 """
 import keyword
-import operator
 
 import numpy as np
 
@@ -46,12 +45,16 @@ def result_dtype(spec):
 
 def new_result(shape, dtype):
     """A zeroed result array; sizes below 1 are the library's "array size mismatch"."""
-    dt = result_dtype(dtype)
     try:
-        shape = tuple(map(operator.index, shape))
+        dt = _dtypes[dtype]
+    except (KeyError, TypeError):
+        dt = result_dtype(dtype)
+    try:
         if min(shape) < 1:
             raise_message("array size mismatch")
-        return np.zeros(shape, dt)
+        return np.empty(shape, dt)
+    except Error:
+        raise
     except TypeError:
         raise_message("Illegal data type")
     except (ValueError, OverflowError):
@@ -61,6 +64,12 @@ def new_result(shape, dtype):
 
 
 _SCALAR_CODES = {**TYPE_CODES, np.dtype(bool): 0}   # booleans travel as bytes
+
+
+def zero_result(shape, dtype):
+    r = new_result(shape, dtype)
+    r.fill(0)
+    return r
 
 
 def bad_arguments(error):
@@ -172,10 +181,12 @@ def make_function(cname):
     scalar_expr = entry.pop("scalar", None)
     columns = entry.pop("columns", ())
     planes = entry.pop("per_plane", ())
+    allocate = "_zero" if entry.pop("zero", False) else "_new"
     ns = {"_c": getattr(_core, cname), "_new": new_result, "_code": type_code, "_en": enum_value,
           "_dc": dtype_code, "_a": as_array, "_rdt": result_dtype, "np": np,
           "_rows": rows, "_cols": cols, "_stepped": stepped, "_compact_size": compact_size,
-          "_plane": per_plane, "_column": column, "_bad": bad_arguments}
+          "_plane": per_plane, "_column": column, "_bad": bad_arguments,
+          "_zero": zero_result}
     inputs = [(pyname(n), t) for n, t in params if t != "void*" and not (t in MATRIX_OUT or
               (t.endswith("*") and not t.startswith("const") and t not in ("FILE*",)))]
     outputs = [(pyname(n), t) for n, t in params if t in MATRIX_OUT]
@@ -233,7 +244,7 @@ def make_function(cname):
             dt = repr(TYPED_OUT[t])
         if "dtype" in dt.split("."):
             uses_dtype = True
-        body.append("%s = _new(%s, %s)" % (n, shape, dt))
+        body.append("%s = %s(%s, %s)" % (n, allocate, shape, dt))
     if uses_dtype:
         sig.append("*")
         sig.append("dtype=None")

@@ -19,7 +19,8 @@ An entry here gives, by C++ name:
 - `scalar="..."`: the element type of universal scalar arguments given as plain Python numbers
   (default: the first array argument's type);
 - `columns=(...)`: 1-D arguments taken as columns (N x 1) rather than rows;
-- `per_plane=(...)`: set members' per-matrix s32 vectors, given as one number for all planes.
+- `per_plane=(...)`: set members' per-matrix s32 vectors, given as one number for all planes;
+- `zero=True`: results start zeroed (operations that leave parts of a result as they are).
 
 Adding a member to the library adds its function; an entry is needed only where the defaults
 above do not fit.
@@ -47,13 +48,13 @@ TABLE = {
     # ---- mat: arithmetic, structure, statistics, order, linear algebra -------------------------
     "matuniv_assign_scalar": dict(r="(nrow, ncol) : dtype", nrow=REQUIRED, ncol=REQUIRED, dtype="'float64'",
                                   scalar="_code(r.dtype)"),
-    "matuniv_assign_submat": dict(r="(nrow, ncol) : dtype", nrow=REQUIRED, ncol=REQUIRED, first_row=0, first_col=0),
+    "matuniv_assign_submat": dict(zero=True, r="(nrow, ncol) : dtype", nrow=REQUIRED, ncol=REQUIRED, first_row=0, first_col=0),
     "matuniv_assign_zeropad": dict(r="(nrow, ncol) : dtype", nrow=REQUIRED, ncol=REQUIRED),
     "matuniv_extract": dict(r="(nrow, ncol) : dtype", nrow=REQUIRED, ncol=REQUIRED, first_row=0, first_col=0),
     "matuniv_transpose": dict(r="(_cols(a), _rows(a)) : dtype"),
     "matuniv_translate": dict(row_shift=0, col_shift=0, fill=0, scalar="_code(r.dtype)"),
     "matuniv_tile": dict(r="((_rows(a) // tile_rows) * (_cols(a) // tile_cols), tile_rows * tile_cols) : dtype"),
-    "matuniv_untile": dict(r="(nrow, ncol) : dtype", nrow=REQUIRED, ncol=REQUIRED),
+    "matuniv_untile": dict(zero=True, r="(nrow, ncol) : dtype", nrow=REQUIRED, ncol=REQUIRED),
     "matset_tile": dict(r="(s.shape[1], s.shape[0] * s.shape[2]) : dtype"),
     "matset_untile": dict(s="(planes, _rows(a), _cols(a) // planes) : dtype", planes=REQUIRED),
     "matset_interpolate": dict(s="(fractions.size,) + a.shape[-2:] : dtype", dtype="'float64'"),
@@ -80,7 +81,7 @@ TABLE = {
     "matuniv_sort_index_partial": dict(index="a.shape : 'int32'", positions=None),
     "matuniv_permute": dict(r="np.shape(index) : a.dtype"),
     "matuniv_unique": dict(first_appearance=0),
-    "matuniv_quantiles": dict(r="np.shape(probabilities) : 'float64'"),
+    "matuniv_quantiles": dict(zero=True, r="np.shape(probabilities) : 'float64'"),
     "matuniv_sum_rows": dict(r="(_rows(a), 1) : dtype"),
     "matuniv_sum_cols": dict(r="(1, _cols(a)) : dtype"),
     "matuniv_range_robust": dict(lower=-float("inf"), upper=float("inf")),
@@ -102,7 +103,7 @@ TABLE = {
     "imgset_connected_components_3d": dict(labels="images.shape : 'uint32'", connectivity="eight", value=1,
                                            min_size=0),
     "imguniv_transform_distance": dict(result="image.shape : 'float64'", metric="euclidean", value=1),
-    "imguniv_convex_hull": dict(value=1),
+    "imguniv_convex_hull": dict(value=1, zero=True),
     "imguniv_convolve": dict(boundary="zero"),
     "imguniv_correlate": dict(boundary="zero"),
     "imguniv_filter_derivative_of_gaussian": dict(vertical="image.shape : 'float64'",

@@ -263,18 +263,21 @@ template <class T> constexpr bool is_result = requires(Arg<T>& a) { a.result(); 
 /// object, or a tuple when there are several (None when there is none).
 template <auto F> struct Caller;
 template <class R, class... Ts, R (*F)(Ts...)> struct Caller<F> {
-    static py::object run(py::args args) {
+    static py::object run(PyObject* const* args, Py_ssize_t nargs) {
         constexpr std::size_t n = sizeof...(Ts);
-        if (args.size() != n + 1) throw py::type_error("wrong number of arguments");
-        Ctx ctx{py::cast<int>(args[n])};
+        if (std::size_t(nargs) != n + 1) {
+            PyErr_SetString(PyExc_TypeError, "wrong number of arguments");
+            throw py::error_already_set();
+        }
+        Ctx ctx{int(to_integer(args[n], 0, 8))};
         std::tuple<Arg<Ts>...> a;
         load(a, args, ctx, std::index_sequence_for<Ts...>{});
         return invoke(a, std::index_sequence_for<Ts...>{});
     }
 
     template <std::size_t... I>
-    static void load(std::tuple<Arg<Ts>...>& a, py::args& args, Ctx& ctx, std::index_sequence<I...>) {
-        (std::get<I>(a).load(args[I], ctx), ...);
+    static void load(std::tuple<Arg<Ts>...>& a, PyObject* const* args, Ctx& ctx, std::index_sequence<I...>) {
+        (std::get<I>(a).load(py::handle(args[I]), ctx), ...);
     }
 
     template <std::size_t... I> static py::object invoke(std::tuple<Arg<Ts>...>& a, std::index_sequence<I...>) {
@@ -322,6 +325,25 @@ template <class R, class... Ts, R (*F)(Ts...)> struct Caller<F> {
     }
 };
 
-template <auto F> py::object call(py::args args) { return Caller<F>::run(std::move(args)); }
+/// The Python entry of F: a vectorcall function (no argument parsing beyond the count).
+template <auto F> PyObject* fastcall(PyObject*, PyObject* const* args, Py_ssize_t nargs) {
+    try {
+        return Caller<F>::run(args, nargs).release().ptr();
+    } catch (py::error_already_set& e) {
+        e.restore();
+    } catch (py::builtin_exception& e) {
+        e.set_error();
+    } catch (const std::exception& e) {
+        PyErr_SetString(PyExc_RuntimeError, e.what());
+    }
+    return nullptr;
+}
+
+/// Adds F to the module under `name`.
+template <auto F> void def(py::module_& m, const char* name) {
+    static PyMethodDef method{name, reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(&fastcall<F>)),
+                              METH_FASTCALL, nullptr};
+    m.add_object(name, py::reinterpret_steal<py::object>(PyCFunction_NewEx(&method, nullptr, nullptr)));
+}
 
 }  // namespace mutils_py
