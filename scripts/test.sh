@@ -2,6 +2,7 @@
 # Builds the library with warnings as errors and runs every test.
 #   scripts/test.sh              release build in build/
 #   scripts/test.sh --sanitize   AddressSanitizer + UndefinedBehaviorSanitizer build in build-san/
+# The release build also builds the Python package and runs its tests with Debian's Python.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/install-deps.sh
@@ -13,7 +14,14 @@ if [ "${1:-}" = "--sanitize" ]; then
   export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 else
   dir=build
-  cmake -S . -B "$dir" -DMUTILS_WERROR=ON >/dev/null
+  cmake -S . -B "$dir" -DMUTILS_WERROR=ON -DMUTILS_PYTHON=ON -DPython3_EXECUTABLE=/usr/bin/python3 >/dev/null
 fi
 cmake --build "$dir" -j"$jobs"
 ctest --test-dir "$dir" --output-on-failure -j"$jobs"
+if [ -d "$dir/python/mutils" ]; then
+  # pytest exits 5 when it collects nothing: a broken collection must not pass as success.
+  status=0
+  PYTHONPATH="$PWD/$dir/python" /usr/bin/python3 -m pytest -q -p no:cacheprovider python/tests || status=$?
+  if [ "$status" -eq 5 ]; then echo "python tests: pytest collected no tests" >&2; exit 1; fi
+  exit "$status"
+fi
