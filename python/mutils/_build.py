@@ -5,6 +5,7 @@ straight-line code: convert the array inputs, allocate the results at the size t
 gives, and call the member in `_core` (which releases the GIL and maps messages to exceptions).
 The generated source of a function is kept in its `__source__` attribute for reading.
 """
+import inspect
 import keyword
 
 import numpy as np
@@ -44,23 +45,22 @@ def result_dtype(spec):
 
 
 def new_result(shape, dtype):
-    """A zeroed result array; sizes below 1 are the library's "array size mismatch"."""
+    """A new (uninitialised) result array; sizes below 1 are the library's "array size mismatch"."""
     try:
         dt = _dtypes[dtype]
     except (KeyError, TypeError):
         dt = result_dtype(dtype)
     try:
-        if min(shape) < 1:
-            raise_message("array size mismatch")
-        return np.empty(shape, dt)
-    except Error:
-        raise
+        r = np.empty(shape, dt)   # TypeError for sizes that are not integers, ValueError below 0
     except TypeError:
         raise_message("Illegal data type")
     except (ValueError, OverflowError):
         raise_message("array size mismatch")
     except MemoryError:
         raise_message("out of memory")
+    if r.size == 0:
+        raise_message("array size mismatch")
+    return r
 
 
 _SCALAR_CODES = {**TYPE_CODES, np.dtype(bool): 0}   # booleans travel as bytes
@@ -300,6 +300,7 @@ def dispatch(univ, setf):
         return univ(*args, **kwargs)
 
     fn.__name__ = fn.__qualname__ = univ.__name__
+    fn.__signature__ = inspect.signature(univ)
     fn.__doc__ = "2-D arrays: %s\n\n3-D arrays (sets, planes first): %s\n\n%s\n%s" % (
         univ.__wrapped_member__, setf.__wrapped_member__, univ.__source__, setf.__source__)
     fn.__wrapped_member__ = univ.__wrapped_member__

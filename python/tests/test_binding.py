@@ -8,6 +8,7 @@ import numpy as np
 import pytest
 
 import mutils
+import mutils._signatures
 
 DTYPES = ["uint8", "uint16", "int16", "uint32", "int32", "float32", "float64", "complex128"]
 REAL = DTYPES[:-1]
@@ -103,8 +104,11 @@ def test_every_universal_member_has_a_function():
     assert [m for m in members if m not in bound and not EXCLUDED.match(m)] == []
 
 
-def random_value(rng, tmp_path):
-    kind = rng.integers(9)
+def random_value(rng, tmp_path, ctype):
+    """Mostly a value of the parameter's kind (an array, a number, a path) with awkward contents."""
+    kind = rng.integers(9) if ctype is None or rng.random() < 0.2 else (
+        int(rng.choice([3, 5, 6, 7, 8])) if "mat" in ctype else 2 if ctype in ("FILE*", "const wchar_t*")
+        else int(rng.integers(2)))
     if kind == 0:
         return float(rng.choice([np.nan, np.inf, -1.0, 0.0, 0.5, 3.0]))
     if kind == 1:
@@ -123,13 +127,14 @@ def test_fuzz_arguments_never_crash(rng, tmp_path):
         for fname, fn in sorted(vars(getattr(mutils, name)).items()):
             if not hasattr(fn, "__wrapped_member__"):
                 continue
+            ctypes = dict(mutils._signatures.MEMBERS[fn.__wrapped_member__][1])
             try:
-                count = len([p for p in inspect.signature(fn).parameters.values()
-                             if p.default is p.empty and p.kind == p.POSITIONAL_OR_KEYWORD])
+                names = [p.name for p in inspect.signature(fn).parameters.values()
+                         if p.default is p.empty and p.kind == p.POSITIONAL_OR_KEYWORD]
             except ValueError:
-                count = 2
+                names = list(ctypes)[:2]
             for _ in range(25):
-                args = [random_value(rng, tmp_path) for _ in range(max(count, 1))]
+                args = [random_value(rng, tmp_path, ctypes.get(n.rstrip("_"))) for n in names or ["x"]]
                 try:
                     fn(*args)
                 except mutils.Error:
