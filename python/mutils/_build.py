@@ -222,14 +222,13 @@ def make_function(cname):
             body.append("%s = _en(_E_%s, %s)" % (n, n, n))
         elif t == "_mutil_data_type":
             body.append("%s = _dc(%s)" % (n, n))
-        elif n in planes:
-            body.append("%s = _plane(%s, %s.shape[0])" % (n, n, arrays[0]))
         elif t == "FILE*":
             mode = "wb" if ("write" in op or "print" in op) else "rb"
             body.append("%s = (%s, %r)" % (n, n, mode))
 
     guarded_from = len(body)
     body.extend(computed)
+    body.extend("%s = _plane(%s, %s.shape[0])" % (n, n, arrays[0]) for n in planes)
     uses_dtype = False
     for n, t in outputs:
         rule = entry.get(n, "like " + arrays[0] if arrays and t in ("_univ_mat*", "_mat_set*") else None)

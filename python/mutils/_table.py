@@ -42,6 +42,8 @@ class Expr(str):
 
 
 BINARY = dict(fg=1, bg=0)          # binary images: foreground 1, background 0
+# Signal filters centred on each sample (their origins count from 1).
+CENTRED = dict(rorig=Expr("_rows(filter) // 2 + 1"), corig=Expr("_cols(filter) // 2 + 1"))
 MASK = dict(dtype="'uint8'", scalar="_code(result.dtype)")
 
 TABLE = {
@@ -146,15 +148,15 @@ TABLE = {
     "siguniv_transform_discrete_cosine_II_inverse_pow2": dict(out="in_.shape : 'float64'"),
     "siguniv_transform_discrete_cosine_II_2d_pow2": dict(out="in_.shape : 'float64'", inverse=0),
     "siguniv_transform_hartley": dict(out="in_.shape : 'float64'"),
-    "siguniv_convolve": dict(result="_stepped(data, rstep, cstep) : dtype", rstep=1, cstep=1, rorig=1, corig=1,
+    "siguniv_convolve": dict(result="_stepped(data, rstep, cstep) : dtype", rstep=1, cstep=1, **CENTRED,
                              boundary="zero"),
-    "siguniv_correlate": dict(result="_stepped(data, rstep, cstep) : dtype", rstep=1, cstep=1, rorig=1, corig=1,
+    "siguniv_correlate": dict(result="_stepped(data, rstep, cstep) : dtype", rstep=1, cstep=1, **CENTRED,
                               boundary="zero"),
     "sigset_convolve": dict(result="(data.shape[0],) + _stepped(data[0], rstep[0], cstep[0]) : dtype", rstep=1,
-                            cstep=1, rorig=1, corig=1, boundary="zero",
+                            cstep=1, **CENTRED, boundary="zero",
                             per_plane=("rstep", "cstep", "rorig", "corig")),
     "sigset_correlate": dict(result="(data.shape[0],) + _stepped(data[0], rstep[0], cstep[0]) : dtype", rstep=1,
-                             cstep=1, rorig=1, corig=1, boundary="zero",
+                             cstep=1, **CENTRED, boundary="zero",
                              per_plane=("rstep", "cstep", "rorig", "corig")),
     "siguniv_sample": dict(result=None, rfactor=1, cfactor=1, rmode=0, cmode=0),
     "siguniv_kernel_choi_williams": dict(kernel=None, type="float64", sigma=1.0),

@@ -48,3 +48,14 @@ def test_quantiles_and_median_match_numpy(rng):
     q = np.array([[0.0, 0.1, 0.5, 0.77, 1.0]])
     np.testing.assert_allclose(mutils.mat.quantiles(a, q), np.quantile(a, q), rtol=1e-12)
     assert mutils.mat.median(a) == pytest.approx(np.median(a), rel=1e-12)
+
+
+@pytest.mark.parametrize("kernel_shape", [(3, 3), (3, 5), (4, 2), (1, 7)])
+def test_signal_filters_match_scipy(rng, kernel_shape):
+    x, k = rng.random((20, 30)), rng.random(kernel_shape)
+    want = ndimage.convolve(x, k, mode="constant")
+    origin = [-(s % 2 == 0) for s in kernel_shape]   # even correlation kernels: one element earlier
+    np.testing.assert_allclose(mutils.sig.convolve(x, k), want, atol=1e-12)
+    np.testing.assert_allclose(mutils.sig.convolve(np.stack([x, x]), np.stack([k, k]))[1], want, atol=1e-12)
+    np.testing.assert_allclose(mutils.sig.correlate(x, k), ndimage.correlate(x, k, mode="constant", origin=origin),
+                               atol=1e-12)
