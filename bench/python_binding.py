@@ -2,13 +2,15 @@
 
 1. call overhead: a 4 x 4 addition, per call;
 2. a 2048 x 2048 u8 binary erosion from Python against the same call from C++ (bench_erode);
-3. two threads against one on long calls (the GIL is released around every call).
+3. two threads against one on long calls (the GIL is released around every call), and how far
+   a Python thread gets while the main thread is inside one long call.
 
     PYTHONPATH=<build>/python /usr/bin/python3 bench/python_binding.py <build>/python/mutils_bench_erode
 """
 import os
 import subprocess
 import sys
+import threading
 import time
 import timeit
 from concurrent.futures import ThreadPoolExecutor
@@ -38,19 +40,36 @@ def main():
         cpp = float(subprocess.run([sys.argv[1]], capture_output=True, text=True, check=True).stdout)
         print("                          C++:    %.0f us   (Python / C++ = %.3f)" % (cpp, py * 1e6 / cpp))
 
+    # The GIL is released around the call: a Python thread keeps running during it.
+    x = np.random.default_rng(0).random((1500, 1501))
+    count, done = [0], []
+
+    def spin():
+        while not done:
+            count[0] += 1
+    spinner = threading.Thread(target=spin)
+    spinner.start()
+    t0 = time.perf_counter()
+    mutils.sig.transform_discrete_fourier(x)
+    elapsed = time.perf_counter() - t0
+    done.append(True)
+    spinner.join()
+    print("a Python thread ran %d loop iterations during one %.2f s call" % (count[0], elapsed))
+
     frames = np.random.default_rng(0).random((2, 256, 256))
     work = lambda _: mutils.vid.optical_flow_horn_schunck(frames, max_iterations=400, tolerance=0.0)
     jobs = 8
-    t0 = time.perf_counter()
+    t0, c0 = time.perf_counter(), time.process_time()
     list(map(work, range(jobs)))
-    one = time.perf_counter() - t0
+    one, one_cpu = time.perf_counter() - t0, time.process_time() - c0
     with ThreadPoolExecutor(2) as pool:
-        t0 = time.perf_counter()
+        t0, c0 = time.perf_counter(), time.process_time()
         list(pool.map(work, range(jobs)))
-        two = time.perf_counter() - t0
-    print("8 optical flows: one thread %.2f s, two threads %.2f s (speed-up %.2fx on %d cores)"
-          % (one, two, one / two, os.cpu_count()))
-
+        two, two_cpu = time.perf_counter() - t0, time.process_time() - c0
+    print("8 optical flows: one thread %.2f s, two threads %.2f s (speed-up %.2fx on %d cores, load %.1f);"
+          % (one, two, one / two, os.cpu_count(), os.getloadavg()[0]))
+    print("  processor time %.2f s and %.2f s (equal when the threads do not slow each other down)"
+          % (one_cpu, two_cpu))
 
 if __name__ == "__main__":
     main()

@@ -25,20 +25,20 @@ TYPED_OUT = {"_uint32_mat*": "uint32", "_sint32_mat*": "int32", "_uint8_mat*": "
 _dtypes = {}
 
 
-def result_dtype(spec):
+def result_dtype(wanted):
     """The numpy dtype of a result type given as anything numpy understands."""
     try:
-        return _dtypes[spec]
+        return _dtypes[wanted]
     except (KeyError, TypeError):
         pass
     try:
-        dt = np.dtype(spec)
+        dt = np.dtype(wanted)
     except TypeError:
         raise_message("Illegal data type")
     if dt.newbyteorder("=") not in TYPE_CODES:
         raise_message("Illegal data type")
     try:
-        _dtypes[spec] = dt.newbyteorder("=")
+        _dtypes[wanted] = dt.newbyteorder("=")
     except TypeError:
         pass
     return dt.newbyteorder("=")
