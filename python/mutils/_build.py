@@ -18,9 +18,11 @@ from ._table import FILES_MODULE, REQUIRED, TABLE, Expr
 TYPE_CODES = {np.dtype(n): i for i, n in enumerate(
     ["uint8", "int8", "uint16", "int16", "uint32", "int32", "float32", "float64", "complex128"]) if i != 1}
 ARRAY_IN = ("const _univ_mat*", "const _mat_set*")
-TYPED_IN = ("const _sint32_mat*", "const _double_mat*", "const _uint8_mat*")
-MATRIX_OUT = ("_univ_mat*", "_mat_set*", "_uint32_mat*", "_sint32_mat*", "_uint8_mat*", "_double_mat*")
-TYPED_OUT = {"_uint32_mat*": "uint32", "_sint32_mat*": "int32", "_uint8_mat*": "uint8", "_double_mat*": "float64"}
+# Typed records and their numpy types: a typed result always has its record's type.
+TYPED_OUT = {"_uint8_mat*": "uint8", "_uint16_mat*": "uint16", "_sint16_mat*": "int16", "_uint32_mat*": "uint32",
+             "_sint32_mat*": "int32", "_float_mat*": "float32", "_double_mat*": "float64",
+             "_dcomplex_mat*": "complex128"}
+MATRIX_OUT = ("_univ_mat*", "_mat_set*") + tuple(TYPED_OUT)
 
 _dtypes = {}
 

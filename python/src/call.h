@@ -99,6 +99,26 @@ template <> struct Arg<double> {
     double get() { return v; }
 };
 
+template <> struct Arg<float> {
+    float v = 0;
+    void load(py::handle h, Ctx&) { v = float(to_double(h)); }
+    float get() { return v; }
+};
+
+template <> struct Arg<_dcomplex> {
+    _dcomplex v{};
+    void load(py::handle h, Ctx&) {
+        if (py::isinstance<py::str>(h) || !PyNumber_Check(h.ptr())) raise_message(msg::illegal_data_type);
+        const Py_complex c = PyComplex_AsCComplex(h.ptr());
+        if (c.real == -1.0 && PyErr_Occurred()) {
+            PyErr_Clear();
+            raise_message(msg::illegal_data_type);
+        }
+        v = _dcomplex{c.real, c.imag};
+    }
+    _dcomplex get() { return v; }
+};
+
 template <> struct Arg<_univ_scalar> {
     _univ_scalar v{};
     void load(py::handle h, Ctx& c) { v = scalar_from(h, c.scalar_type); }
@@ -169,9 +189,7 @@ template <class Rec, class E> void TypedIn<Rec, E>::load(py::handle h, Ctx&) {
     const _univ_mat u = mat_record(keep);
     rec = Rec{u.nrow, u.ncol, u.nelem, static_cast<decltype(rec.data)>(u.data)};
 }
-template <> struct Arg<const _sint32_mat*> : TypedIn<_sint32_mat, std::integral_constant<int, MUTIL_SINT32>> {};
-template <> struct Arg<const _double_mat*> : TypedIn<_double_mat, std::integral_constant<int, MUTIL_DOUBLE>> {};
-template <> struct Arg<const _uint8_mat*> : TypedIn<_uint8_mat, std::integral_constant<int, MUTIL_UINT8>> {};
+
 
 /// Input sets: 3-D arrays, planes first.
 template <> struct Arg<const _mat_set*> {
@@ -215,10 +233,19 @@ template <class Rec, class E> struct TypedOut {
     Rec* get() { return &rec; }
     py::object result() { return keep; }
 };
-template <> struct Arg<_uint32_mat*> : TypedOut<_uint32_mat, std::integral_constant<int, MUTIL_UINT32>> {};
-template <> struct Arg<_sint32_mat*> : TypedOut<_sint32_mat, std::integral_constant<int, MUTIL_SINT32>> {};
-template <> struct Arg<_uint8_mat*> : TypedOut<_uint8_mat, std::integral_constant<int, MUTIL_UINT8>> {};
-template <> struct Arg<_double_mat*> : TypedOut<_double_mat, std::integral_constant<int, MUTIL_DOUBLE>> {};
+// Typed records, as inputs and as results, of every element type.
+#define MUTILS_PY_TYPED(REC, TAG)                                                                   \
+    template <> struct Arg<const REC*> : TypedIn<REC, std::integral_constant<int, TAG>> {};      \
+    template <> struct Arg<REC*> : TypedOut<REC, std::integral_constant<int, TAG>> {};
+MUTILS_PY_TYPED(_uint8_mat, MUTIL_UINT8)
+MUTILS_PY_TYPED(_uint16_mat, MUTIL_UINT16)
+MUTILS_PY_TYPED(_sint16_mat, MUTIL_SINT16)
+MUTILS_PY_TYPED(_uint32_mat, MUTIL_UINT32)
+MUTILS_PY_TYPED(_sint32_mat, MUTIL_SINT32)
+MUTILS_PY_TYPED(_float_mat, MUTIL_FLOAT)
+MUTILS_PY_TYPED(_double_mat, MUTIL_DOUBLE)
+MUTILS_PY_TYPED(_dcomplex_mat, MUTIL_DCOMPLEX)
+#undef MUTILS_PY_TYPED
 
 /// Result sets: a 3-D array, or None when the operation allocates the set (readers).
 template <> struct Arg<_mat_set*> {
@@ -256,8 +283,6 @@ template <> struct Arg<_univ_scalar*> {
     _univ_scalar* get() { return &v; }
     py::object result() { return scalar_object(v); }
 };
-
-template <class T> constexpr bool is_result = requires(Arg<T>& a) { a.result(); };
 
 /// Runs F on the arguments of a Python call and returns its results, in the C++ order: one
 /// object, or a tuple when there are several (None when there is none).
