@@ -23,6 +23,10 @@ TYPED_OUT = {"_uint8_mat*": "uint8", "_uint16_mat*": "uint16", "_sint16_mat*": "
              "_sint32_mat*": "int32", "_float_mat*": "float32", "_double_mat*": "float64",
              "_dcomplex_mat*": "complex128"}
 MATRIX_OUT = ("_univ_mat*", "_mat_set*") + tuple(TYPED_OUT)
+TYPED_IN = tuple("const " + t for t in TYPED_OUT)
+TYPE_ORDER = ("dbl", "flt", "s32", "u32", "s16", "u16", "u8", "cpx")
+TYPE_OF_CODE = dict(zip(TYPE_ORDER, ["float64", "float32", "int32", "uint32", "int16", "uint16", "uint8",
+                                     "complex128"]))
 
 _dtypes = {}
 
@@ -166,8 +170,12 @@ def split_member(cname):
     return fam, kind, op
 
 
+def as_optional_array(x):
+    return None if x is None else as_array(x)
+
+
 def module_of(cname):
-    params = MEMBERS[cname][1]
+    params = MEMBERS[cname][4]
     if any(t in ("FILE*", "const wchar_t*") for _, t in params):
         return FILES_MODULE
     return split_member(cname)[0]
@@ -175,7 +183,7 @@ def module_of(cname):
 
 def make_function(cname):
     """The Python function of one member."""
-    void, params = MEMBERS[cname]
+    void, params = MEMBERS[cname][3:]
     fam, kind, op = split_member(cname)
     entry = dict(TABLE.get(cname, {}))
     doc = entry.pop("doc", None)
@@ -185,7 +193,7 @@ def make_function(cname):
     planes = entry.pop("per_plane", ())
     allocate = "_zero" if entry.pop("zero", False) else "_new"
     ns = {"_c": getattr(_core, cname), "_new": new_result, "_code": type_code, "_en": enum_value,
-          "_dc": dtype_code, "_a": as_array, "_rdt": result_dtype, "np": np,
+          "_dc": dtype_code, "_a": as_array, "_ao": as_optional_array, "_rdt": result_dtype, "np": np,
           "_rows": rows, "_cols": cols, "_stepped": stepped, "_compact_size": compact_size,
           "_plane": per_plane, "_column": column, "_bad": bad_arguments,
           "_zero": zero_result}
@@ -194,7 +202,7 @@ def make_function(cname):
     outputs = [(pyname(n), t) for n, t in params if t in MATRIX_OUT]
     input_names = {n for n, _ in inputs}
     out_names = {n for n, _ in outputs}
-    arrays = [n for n, t in inputs if t in ARRAY_IN]
+    arrays = [n for n, t in inputs if t in ARRAY_IN + TYPED_IN]
     extras = [k for k in entry if k not in input_names and k not in out_names]
 
     sig, body = [], []
@@ -219,6 +227,8 @@ def make_function(cname):
             body.append("%s = _a(%s)" % (n, n))
             if n in columns:
                 body.append("%s = _column(%s)" % (n, n))
+        elif t in TYPED_IN:
+            body.append("%s = _ao(%s)" % (n, n))
         elif t.startswith("_") and t.endswith("_type") and t != "_mutil_data_type" and t in ENUMS:
             ns["_E_" + n] = enum_names(t)
             body.append("%s = _en(_E_%s, %s)" % (n, n, n))
@@ -233,7 +243,7 @@ def make_function(cname):
     body.extend("%s = _plane(%s, %s.shape[0])" % (n, n, arrays[0]) for n in planes)
     uses_dtype = False
     for n, t in outputs:
-        rule = entry.get(n, "like " + arrays[0] if arrays and t in ("_univ_mat*", "_mat_set*") else None)
+        rule = entry.get(n, "like " + arrays[0] if arrays and t in MATRIX_OUT else None)
         if rule is None:
             body.append("%s = None" % n)
             continue
@@ -255,6 +265,9 @@ def make_function(cname):
     if len(body) > guarded_from:   # sizes and types computed from the arguments
         body[guarded_from:] = ["try:"] + ["    " + line for line in body[guarded_from:]] + [
             "except Exception as e: _bad(e)"]
+    first_type = dict(inputs).get(arrays[0]) if arrays else None
+    if scalar_expr is None and first_type in TYPED_IN:   # a typed record: its type is fixed
+        scalar_expr = str(TYPE_CODES[np.dtype(TYPED_OUT[first_type[6:]])])
     if scalar_expr is None:
         ref = arrays[0] + ".dtype" if arrays else (outputs[0][0] + ".dtype" if outputs and
                                                  entry.get(outputs[0][0], "") is not None else "None")
@@ -279,10 +292,10 @@ def make_function(cname):
 
 def first_array(fn):
     """Position and name of a function's first array argument."""
-    params = dict(MEMBERS[fn.__wrapped_member__][1])
+    params = dict(MEMBERS[fn.__wrapped_member__][4])
     names = fn.__code__.co_varnames[:fn.__code__.co_argcount]
     for i, n in enumerate(names):
-        if params.get(n.rstrip("_")) in ARRAY_IN:
+        if params.get(n.rstrip("_")) in ARRAY_IN + TYPED_IN:
             return i, n
     return 0, names[0]
 
@@ -310,6 +323,26 @@ def dispatch(univ, setf):
     return fn
 
 
+def typed_dispatch(fns):
+    """One function for the typed members of an operation without a universal member: the
+    member of the first array's element type, else the first of dbl, flt, s32, ... (the array
+    is then converted to its type where that is exact)."""
+    order = [fns[k] for k in TYPE_ORDER if k in fns]
+    by_dtype = {np.dtype(TYPE_OF_CODE[k]): fns[k] for k in fns}
+    pos, name = first_array(order[0])
+
+    def fn(*args, **kwargs):
+        x = args[pos] if len(args) > pos else kwargs.get(name)
+        return by_dtype.get(getattr(x, "dtype", None), order[0])(*args, **kwargs)
+
+    fn.__name__ = fn.__qualname__ = order[0].__name__
+    fn.__signature__ = inspect.signature(order[0])
+    fn.__doc__ = "Typed members by the first array's type: " + ", ".join(f.__wrapped_member__ for f in order)
+    fn.__wrapped_member__ = order[0].__wrapped_member__
+    fn.__source__ = "".join(f.__source__ for f in order)
+    return fn
+
+
 def build(module):
     """name -> function for the members of one submodule ('mat', 'img', ..., or 'io')."""
     names = sorted(n for n in MEMBERS if module_of(n) == module)
@@ -320,7 +353,14 @@ def build(module):
     out = {}
     for op, kinds in by_op.items():
         fns = {k: make_function(n) for k, n in kinds.items()}
-        out[op] = dispatch(fns["univ"], fns["set"]) if len(fns) == 2 else next(iter(fns.values()))
+        if "univ" in fns and "set" in fns:
+            out[op] = dispatch(fns["univ"], fns["set"])
+        elif "univ" in fns or "set" in fns:
+            out[op] = fns.get("univ", fns.get("set"))
+        elif len(fns) == 1:
+            out[op] = next(iter(fns.values()))
+        else:
+            out[op] = typed_dispatch(fns)
     for fn in out.values():
         fn.__module__ = "mutils." + module
     return out

@@ -220,18 +220,17 @@ template <> struct Arg<_univ_mat*> {
     py::object result();
 };
 
+/// Typed results: the record shares the universal record's first four fields, so the result is
+/// handled as a universal one of the fixed type (allocated by the Python side, or by the call).
 template <class Rec, class E> struct TypedOut {
-    py::object keep;
-    Rec rec{};
+    Arg<_univ_mat*> u;
     void load(py::handle h, Ctx& c) {
-        Arg<_univ_mat*> u;
         u.load(h, c);
-        if (u.rec.type != E::value) raise_message(msg::illegal_data_type);
-        keep = u.keep;
-        rec = Rec{u.rec.nrow, u.rec.ncol, u.rec.nelem, static_cast<decltype(rec.data)>(u.rec.data)};
+        if (!h.is_none() && u.rec.type != E::value) raise_message(msg::illegal_data_type);
+        u.rec.type = static_cast<_mutil_data_type>(E::value);
     }
-    Rec* get() { return &rec; }
-    py::object result() { return keep; }
+    Rec* get() { return reinterpret_cast<Rec*>(&u.rec); }
+    py::object result() { return u.result(); }
 };
 // Typed records, as inputs and as results, of every element type.
 #define MUTILS_PY_TYPED(REC, TAG)                                                                   \

@@ -128,7 +128,7 @@ def test_fuzz_arguments_never_crash(rng, tmp_path, monkeypatch):
         for fname, fn in sorted(vars(getattr(mutils, name)).items()):
             if not hasattr(fn, "__wrapped_member__"):
                 continue
-            ctypes = dict(mutils._signatures.MEMBERS[fn.__wrapped_member__][1])
+            ctypes = dict(mutils._signatures.MEMBERS[fn.__wrapped_member__][4])
             try:
                 names = [p.name for p in inspect.signature(fn).parameters.values()
                          if p.default is p.empty and p.kind == p.POSITIONAL_OR_KEYWORD]
