@@ -284,8 +284,11 @@ def make_function(cname):
     fn = ns[op]
     fn.__source__ = src
     fn.__qualname__ = op
-    fn.__doc__ = doc or ("Calls `%s` (see its header for the contract). Arguments in the C++ order "
-                         "without intrp_ptr and the results; returns the results." % cname)
+    declaration = "%s(%s)" % (cname, ", ".join("%s %s" % (t, n) for n, t in params))
+    results = [n for n, t in params if t in MATRIX_OUT or (t.endswith("*") and not t.startswith("const")
+                                                            and t not in ("FILE*", "void*"))]
+    fn.__doc__ = (doc or "The library's `%s`: its header documents the contract." % cname) + (
+        "\n\nC++: %s\nReturns: %s" % (declaration, ", ".join(pyname(n) for n in results) or "None"))
     fn.__wrapped_member__ = cname
     return fn
 
