@@ -14,12 +14,14 @@ order without `intrp_ptr` and the results, and it returns the results (a tuple w
 several). Failures raise subclasses of `mutils.Error`. Calls release the GIL, so threads run
 them in parallel, and Ctrl-C interrupts a long call.
 """
-from ._errors import (Chain, Error, IllegalAddressError, IllegalTypeError, IllegalValueError,
-                      InputOutputError, NullPointerError, OutOfMemoryError, SizeMismatchError)
+from ._errors import (Chain, DataOverflowError, DivideByZeroError, Error, IllegalAddressError, IllegalTypeError,
+                      IllegalValueError, IndexOutOfBoundsError, InputOutputError, NotConvergingError,
+                      NullPointerError, OutOfMemoryError, RoundoffError, SingularMatrixError, SizeMismatchError)
 from . import cls, img, io, mat, pgn, sig, vid, wav
 
 SUBMODULES = ("mat", "img", "sig", "wav", "pgn", "cls", "vid", "io")
 
-__all__ = ["Error", "Chain", "IllegalValueError", "SizeMismatchError", "IllegalTypeError",
-           "NullPointerError", "IllegalAddressError", "OutOfMemoryError", "InputOutputError",
-           *SUBMODULES]
+__all__ = ["Error", "Chain", "IllegalValueError", "SizeMismatchError", "IllegalTypeError", "NullPointerError",
+           "IllegalAddressError", "DataOverflowError", "OutOfMemoryError", "InputOutputError",
+           "IndexOutOfBoundsError", "NotConvergingError", "SingularMatrixError", "RoundoffError",
+           "DivideByZeroError", *SUBMODULES]

@@ -31,7 +31,7 @@ class IllegalAddressError(Error, ValueError):
     """"Illegal memory address": a result sharing storage with an input."""
 
 
-class OverflowError_(Error, OverflowError):
+class DataOverflowError(Error, OverflowError):
     """"overflow": a value that does not fit the result's element type."""
 
 
@@ -63,15 +63,13 @@ class DivideByZeroError(Error, ZeroDivisionError):
     """"divide by zero"."""
 
 
-OverflowError_.__name__ = OverflowError_.__qualname__ = "OverflowError"
-
 CLASSES = {
     "Illegal data value": IllegalValueError,
     "array size mismatch": SizeMismatchError,
     "Illegal data type": IllegalTypeError,
     "null pointer": NullPointerError,
     "Illegal memory address": IllegalAddressError,
-    "overflow": OverflowError_,
+    "overflow": DataOverflowError,
     "out of memory": OutOfMemoryError,
     "Input-output error": InputOutputError,
     "index out of bounds": IndexOutOfBoundsError,

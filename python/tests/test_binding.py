@@ -70,6 +70,9 @@ def test_bool_is_bytes_and_1d_is_a_row():
     (lambda: mutils.img.edge_canny(np.zeros((9, 9)), sigma="wide"), mutils.IllegalTypeError, TypeError,
      "Illegal data type"),
     (lambda: mutils.mat.cast(np.full((1, 1), 300.0), dtype=np.uint8), mutils.Error, OverflowError, "overflow"),
+    (lambda: mutils.sig.window_hanning(10 ** 13), mutils.OutOfMemoryError, MemoryError, "out of memory"),
+    (lambda: mutils.img.connected_components_3d(np.zeros((4, 4), np.uint8)), mutils.SizeMismatchError, ValueError,
+     "array size mismatch"),
     (lambda: mutils.io.read_pgm("/nonexistent/x.pgm"), mutils.InputOutputError, OSError, "Input-output error"),
 ])
 def test_errors_map_to_python_exceptions(call, cls, base, text):
