@@ -191,6 +191,7 @@ def make_function(cname):
     scalar_expr = entry.pop("scalar", None)
     columns = entry.pop("columns", ())
     planes = entry.pop("per_plane", ())
+    flat = entry.pop("flat", False)
     allocate = "_zero" if entry.pop("zero", False) else "_new"
     ns = {"_c": getattr(_core, cname), "_new": new_result, "_code": type_code, "_en": enum_value,
           "_dc": dtype_code, "_a": as_array, "_ao": as_optional_array, "_rdt": result_dtype, "np": np,
@@ -225,6 +226,8 @@ def make_function(cname):
     for n, t in inputs:
         if t in ARRAY_IN:
             body.append("%s = _a(%s)" % (n, n))
+            if flat and n == arrays[0]:
+                body.append("_flat = %s.ndim == 1" % n)
             if n in columns:
                 body.append("%s = _column(%s)" % (n, n))
         elif t in TYPED_IN:
@@ -276,7 +279,8 @@ def make_function(cname):
     for n, t in params:
         n = pyname(n)
         args.append("None" if (t == "void*" or (n not in input_names and n not in out_names)) else n)
-    body.append("return _c(%s, %s)" % (", ".join(args), scalar_expr))
+    call = "_c(%s, %s)" % (", ".join(args), scalar_expr)
+    body.extend(["_r = " + call, "return _r.reshape(-1) if _flat else _r"] if flat else ["return " + call])
     if any(s == "*" for s in sig) and sig[-1] == "*":
         sig.pop()
     src = "def %s(%s):\n    %s\n" % (op, ", ".join(sig), "\n    ".join(body))

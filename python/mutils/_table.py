@@ -20,7 +20,8 @@ An entry here gives, by C++ name:
   (default: the first array argument's type);
 - `columns=(...)`: 1-D arguments taken as columns (N x 1) rather than rows;
 - `per_plane=(...)`: set members' per-matrix s32 vectors, given as one number for all planes;
-- `zero=True`: results start zeroed (operations that leave parts of a result as they are).
+- `zero=True`: results start zeroed (operations that leave parts of a result as they are);
+- `flat=True`: a 1-D first argument gives a 1-D result (with `columns`: a signal as a column).
 
 Adding a member to the library adds its function; an entry is needed only where the defaults
 above do not fit.
@@ -141,7 +142,8 @@ TABLE = {
                                    offset=0, separator=" ", comment="#", dtype="'uint8'",
                                    scalar="_code(result.dtype)"),
     # ---- sig ------------------------------------------------------------------------------------
-    "siguniv_transform_discrete_fourier": dict(out="in_.shape : 'complex128'", inverse=0, columns=("in_",)),
+    "siguniv_transform_discrete_fourier": dict(out="in_.shape : 'complex128'", inverse=0, columns=("in_",),
+                                               flat=True),
     "siguniv_transform_discrete_cosine_II": dict(out="in_.shape : 'float64'"),
     "siguniv_transform_discrete_cosine_II_inverse": dict(out="in_.shape : 'float64'"),
     "siguniv_transform_discrete_cosine_II_2d": dict(out="in_.shape : 'float64'", inverse=0),

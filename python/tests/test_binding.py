@@ -27,7 +27,8 @@ def test_dtype_round_trip(dtype):
 
 def test_complex_and_result_dtype_keyword():
     x = np.arange(8.0)
-    np.testing.assert_allclose(mutils.sig.transform_discrete_fourier(x)[:, 0], np.fft.fft(x), atol=1e-12)
+    np.testing.assert_allclose(mutils.sig.transform_discrete_fourier(x), np.fft.fft(x), atol=1e-12)
+    np.testing.assert_allclose(mutils.sig.transform_discrete_fourier(np.c_[x, x])[:, 1], np.fft.fft(x), atol=1e-12)
     r = mutils.mat.add(np.arange(4, dtype=np.uint8).reshape(2, 2), np.ones((2, 2), np.uint8), dtype=np.float64)
     assert r.dtype == np.float64 and r.tolist() == [[1, 2], [3, 4]]
 
