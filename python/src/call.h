@@ -1,4 +1,5 @@
-// One generic caller for every universal and set member: `call<&mutils::imguniv_edge_canny>`.
+// One generic caller for every member the package binds: `def<&mutils::imguniv_edge_canny>(m, name)`
+// adds a vectorcall function that runs `Caller<F>`.
 //
 // The Python side passes the member's arguments in the C++ order, with None in the place of
 // `intrp_ptr`, and then one more argument: the element type (a code) that universal scalars take
@@ -189,7 +190,6 @@ template <class Rec, class E> void TypedIn<Rec, E>::load(py::handle h, Ctx&) {
     const _univ_mat u = mat_record(keep);
     rec = Rec{u.nrow, u.ncol, u.nelem, static_cast<decltype(rec.data)>(u.data)};
 }
-
 
 /// Input sets: 3-D arrays, planes first.
 template <> struct Arg<const _mat_set*> {
