@@ -9,6 +9,7 @@ import pytest
 
 import mutils
 import mutils._signatures
+import mutils._table
 
 DTYPES = ["uint8", "uint16", "int16", "uint32", "int32", "float32", "float64", "complex128"]
 REAL = DTYPES[:-1]
@@ -105,6 +106,7 @@ def test_every_universal_member_has_a_function():
             bound |= {getattr(fn, "__wrapped_member__", None), getattr(fn, "__set_member__", None)}
     members = exported_members()
     assert len(members) > 100
+    assert sorted(set(mutils._table.TABLE) - set(mutils._signatures.MEMBERS)) == []   # no stale entries
     assert [m for m in members if m not in bound and not EXCLUDED.match(m)] == []
 
 
