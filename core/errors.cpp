@@ -48,6 +48,8 @@ const char* const kCodeText[17] = {
 // The process-wide poll step; only ever reset from 0. Atomic (relaxed) because every thread
 // that polls reads it: the only state the library shares between threads.
 std::atomic<double> g_interrupt_step{1000000.0};
+// The host's poll behind mutil_interrupt (null: never stop).
+std::atomic<Hux::InterruptPoll> g_host_poll{nullptr};
 }  // namespace
 
 namespace detail {
@@ -59,15 +61,17 @@ _mutil_errcode err_lookup(const char* message) {
 }
 }  // namespace detail
 
-unsigned char mutil_interrupt(double work, double* next_check, void*) {
+unsigned char mutil_interrupt(double work, double* next_check, void* intrp_ptr) {
     double step = g_interrupt_step.load(std::memory_order_relaxed);
     if (step == 0.0) {
         step = 10000000.0;
         g_interrupt_step.store(step, std::memory_order_relaxed);
     }
     if (!next_check) return 0;
-    if (*next_check < work) *next_check += step;
-    return 0;
+    if (!(*next_check < work)) return 0;
+    *next_check += step;
+    const Hux::InterruptPoll poll = g_host_poll.load(std::memory_order_acquire);
+    return poll && intrp_ptr ? poll(intrp_ptr) : 0;
 }
 
 void mutil_msg_print(_mutil_msg_level, const char*, const char*, int) {}
@@ -77,6 +81,8 @@ void mutil_msg_set_level(_mutil_msg_level) {}
 void mutil_abort() {}
 
 }  // namespace mutils
+
+void Hux::set_interrupt_poll(InterruptPoll poll) { mutils::g_host_poll.store(poll, std::memory_order_release); }
 
 namespace {
 char k_file_not_found[] = "file not found";

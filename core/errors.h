@@ -66,8 +66,10 @@ extern MUTILS_API const char region_grid_format[];      ///< "the initial region
 constexpr unsigned MUTIL_RAISE_CODE = 0xFFFFFFFFu;
 
 /// Interrupt poll: with a non-null `next_check` below `work`, advances `*next_check` by the
-/// process-wide step (1000000, reset to 10000000 if it was ever 0). Never asks to stop;
-/// `intrp_ptr` is not examined.
+/// process-wide step (1000000, reset to 10000000 if it was ever 0). The library itself never
+/// asks to stop and never examines `intrp_ptr`: after advancing, a non-null `intrp_ptr` is
+/// handed to the host's poll (`Hux::set_interrupt_poll`), whose answer is returned; without
+/// one the answer is false.
 MUTILS_API unsigned char mutil_interrupt(double work, double* next_check, void* intrp_ptr);
 
 /// @{

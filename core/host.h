@@ -102,4 +102,12 @@ struct MUTILS_API array_val {
     static const double m_zero;  ///< the value 0
 };
 
+/// The host's interrupt poll. `mutils::mutil_interrupt` hands it the operation's `intrp_ptr`
+/// each time the operation's work passes its next check (once per step of work, so a poll may
+/// be slow-ish without costing much); a true answer makes the operation return "interrupted".
+/// The default host installs none, and a null `intrp_ptr` is never passed on: such calls never
+/// stop. Process-wide; install it before calls start (a language binding does so on loading).
+using InterruptPoll = unsigned char (*)(void* intrp_ptr);
+MUTILS_API void set_interrupt_poll(InterruptPoll poll);
+
 }  // namespace Hux

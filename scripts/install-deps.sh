@@ -4,6 +4,9 @@
 set -euo pipefail
 pkgs=(build-essential cmake libgtest-dev libgmock-dev libtiff-dev libcli11-dev netpbm libtiff-tools libpng-dev
       libjpeg62-turbo-dev)
+# The Python package, its tests (references from scipy and scikit-image) and the Dask examples.
+pkgs+=(python3-pybind11 pybind11-dev python3-numpy python3-pytest python3-dask python3-distributed
+       python3-scipy python3-skimage)
 if [ "${1:-}" = "--bench" ]; then
   pkgs+=(libbenchmark-dev libfftw3-dev libopencv-dev libopenblas-dev liblapacke-dev)
 fi

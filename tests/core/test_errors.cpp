@@ -58,6 +58,25 @@ TEST(Interrupt, PollAdvancesOnceAndNeverStops) {
     EXPECT_EQ(next, 1000000.0);
 }
 
+TEST(Interrupt, HostPollStopsOnlyItsOwnCalls) {
+    static int mine;
+    Hux::set_interrupt_poll([](void* intrp) -> unsigned char { return intrp == &mine; });
+    double next = 0;
+    EXPECT_EQ(mutil_interrupt(5, &next, &mine), 1);
+    EXPECT_EQ(mutil_interrupt(5, &next, &mine), 0);   // not past the next check: not asked
+    next = 0;
+    EXPECT_EQ(mutil_interrupt(5, &next, nullptr), 0);
+    Hux::ArenaScope scope;
+    _univ_mat a, r;
+    matuniv_malloc(&a, 300, 300, MUTIL_DOUBLE);
+    matuniv_malloc(&r, 300, 300, MUTIL_DOUBLE);
+    matuniv_assign_scalar(scalar_dbl(1), nullptr, &a);
+    EXPECT_STREQ(matuniv_add(&a, &a, &mine, &r), msg::interrupted);
+    EXPECT_EQ(matuniv_add(&a, &a, nullptr, &r), nullptr);
+    Hux::set_interrupt_poll(nullptr);
+    EXPECT_EQ(matuniv_add(&a, &a, &mine, &r), nullptr);
+}
+
 TEST(ErrorMessages, HostTableSharesTheOperationMessages) {
     EXPECT_EQ(qnl_std_error_messages[4], msg::interrupted);
     EXPECT_EQ(qnl_std_error_messages[18], msg::array_size_mismatch);

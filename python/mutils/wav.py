@@ -1,0 +1,5 @@
+"""Wavelets: maximum-overlap transforms."""
+from ._build import build as _build
+
+globals().update(_build("wav"))
+__all__ = sorted(n for n in globals() if not n.startswith("_"))
