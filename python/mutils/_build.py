@@ -232,7 +232,7 @@ def make_function(cname):
                 body.append("%s = _column(%s)" % (n, n))
         elif t in TYPED_IN:
             body.append("%s = _ao(%s)" % (n, n))
-        elif t.startswith("_") and t.endswith("_type") and t != "_mutil_data_type" and t in ENUMS:
+        elif t.startswith("_") and t != "_mutil_data_type" and t in ENUMS:
             ns["_E_" + n] = enum_names(t)
             body.append("%s = _en(_E_%s, %s)" % (n, n, n))
         elif t == "_mutil_data_type":
