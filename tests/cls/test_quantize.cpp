@@ -28,8 +28,6 @@ Idx linear(const std::vector<double>& data, const std::vector<double>& book) {
 }
 
 TEST_F(QuantizeTest, LinearTakesTheNearestCodewordAndTiesGoLow) {
-    EXPECT_EQ(linear({5, 5.0001, -3, 42, 0, 10}, {0, 10}), (Idx{0, 1, 0, 1, 0, 1}));
-    EXPECT_EQ(linear({7}, {3}), Idx{0});
     EXPECT_EQ(linear({NAN}, {0, 1, 2}), Idx{0});
     // Against exhaustive search, for every codebook length; whole values meet ties at even gaps.
     std::mt19937 gen(7);

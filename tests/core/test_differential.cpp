@@ -16,18 +16,6 @@ namespace {
 
 std::mt19937 rng;
 
-/// Random values over the whole range of an integer type, [-1000, 1000] for floating types.
-template <class T> T draw() {
-    if constexpr (std::is_integral_v<T>) {
-        return T(std::uniform_int_distribution<int64_t>(std::numeric_limits<T>::lowest(),
-                                                        std::numeric_limits<T>::max())(rng));
-    } else if constexpr (std::is_same_v<T, _dcomplex>) {
-        return {draw<double>(), draw<double>()};
-    } else {
-        return T(std::uniform_real_distribution<double>(-1000, 1000)(rng));
-    }
-}
-
 /// T holding the (small, non-negative) value v.
 template <class T> T val(double v) {
     if constexpr (std::is_same_v<T, _dcomplex>) {
@@ -58,7 +46,7 @@ template <class T> _univ_mat rnd(int32_t r, int32_t c, int below = 0) {
     _univ_mat u = out<T>(r, c);
     T* p = static_cast<T*>(u.data);
     for (int32_t i = 0; i < u.nelem; ++i) {
-        p[i] = below > 0 ? val<T>(double(std::uniform_int_distribution<int>(0, below - 1)(rng))) : draw<T>();
+        p[i] = below > 0 ? val<T>(double(std::uniform_int_distribution<int>(0, below - 1)(rng))) : random_value<T>(rng);
     }
     return u;
 }

@@ -2,6 +2,8 @@
 // input, and agreement with netpbm's tools.
 #include <cstring>
 #include <random>
+#include <sstream>
+#include <tuple>
 
 #include "file_support.h"
 #include "support.h"
@@ -104,27 +106,6 @@ TEST_F(BitStreamTest, RefusalsComeBeforeAnyReadingOrWriting) {
     FILE* ro = input("");
     EXPECT_EQ(message(mutils::imguniv_write_pbm(ro, &r, 0, 0, nullptr)), "Input-output error");
     std::fclose(ro);
-}
-
-TEST_F(BitStreamTest, NetpbmReadsOurBitmaps) {
-    if (!have_tools({"pnmtopnm", "pamfile"})) GTEST_SKIP() << "netpbm absent";
-    std::mt19937 gen(2);
-    const std::string path = scratch("bits.pbm");
-    // Plain bitmaps of any width; packed ones whose width is a multiple of 8 have the usual raw layout.
-    for (auto [h, w, text] : {std::tuple{5, 13, 1}, {3, 16, 0}}) {
-        auto img = make_univ<unsigned char>(h, w);
-        std::string rows;
-        for (int i = 0; i < w * h; ++i) {
-            const bool dark = gen() % 2;
-            static_cast<unsigned char*>(img.data)[i] = dark ? 10 : 200;
-            rows += std::string(dark ? "1" : "0") + (i % w == w - 1 ? "\n" : "");
-        }
-        put_file(path, written([&](FILE* f) { return mutils::imguniv_write_pbm(f, &img, 100, text, nullptr); }));
-        const std::string size = std::to_string(w) + " by " + std::to_string(h);
-        EXPECT_NE(run("pamfile " + path).find(std::string(text ? "PBM plain, " : "PBM raw, ") + size),
-                  std::string::npos);
-        EXPECT_EQ(run("pnmtopnm -plain " + path), "P1\n" + std::to_string(w) + " " + std::to_string(h) + "\n" + rows);
-    }
 }
 
 // ---- greymaps and pixmaps ------------------------------------------------------------------
@@ -316,6 +297,115 @@ TEST_F(AnymapTest, HostileHeadersGetTheirMessages) {
         std::fclose(f);
     }
     EXPECT_EQ(::imgset_read_ppm(nullptr, nullptr, &s), MUTIL_ERR_OK);
+}
+
+// ---- agreement with netpbm's tools ------------------------------------------------------------
+
+// Width, height and samples of an anymap as pnmtoplainpnm prints it; bitmap digits (which may run
+// together) become 255 for white and 0 for black, as we read them.
+std::tuple<int, int, std::vector<double>> plain_anymap(const std::string& text) {
+    std::istringstream in(text.substr(2));
+    int width = 0, height = 0, maxval = 0;
+    in >> width >> height;
+    std::vector<double> v;
+    if (text[1] == '1') {
+        for (char c; in.get(c);)
+            if (c == '0' || c == '1') v.push_back(c == '0' ? 255 : 0);
+    } else {
+        in >> maxval;
+        for (double x; in >> x;) v.push_back(x);
+    }
+    return {width, height, v};
+}
+
+template <class T> std::vector<double> samples(const _univ_mat& m) {
+    const auto v = values_of<T>(m);
+    return std::vector<double>(v.begin(), v.end());
+}
+std::vector<double> samples(const _univ_mat& m) {
+    return m.type == MUTIL_UINT8 ? samples<unsigned char>(m) : samples<uint16_t>(m);
+}
+std::vector<double> interleaved(const _mat_set& s) {
+    std::vector<double> v;
+    for (int32_t i = 0; i < s.mats[0].nelem; ++i)
+        for (int p = 0; p < s.nmat; ++p) v.push_back(samples(s.mats[p])[std::size_t(i)]);
+    return v;
+}
+
+TEST_F(AnymapTest, NetpbmReadsOurGreymapsAndPixmaps) {
+    if (!have_tools({"pnmtoplainpnm"})) GTEST_SKIP() << "netpbm absent";
+    std::mt19937 gen(1);
+    auto random_univ = [&]<class T>(T, int32_t rows, int32_t cols) {
+        auto m = random_mat<T>(gen, rows, cols);
+        _univ_mat u;
+        matuniv_wrap_matrix(&u, &m, detail::elem<T>::tag);
+        return u;
+    };
+    const _univ_mat u8 = random_univ((unsigned char)0, 7, 19), u16 = random_univ(uint16_t{}, 3, 4);
+    _mat_set rgb{};
+    const int32_t three = 3;
+    matset_malloc(&rgb, 1, &three);
+    for (int p = 0; p < 3; ++p) rgb.mats[p] = random_univ((unsigned char)0, 5, 11);
+    // Bitmaps of black (0) and white (255): packed ones have the usual layout when the width is a
+    // multiple of 8.
+    const _univ_mat b16 = random_univ((unsigned char)0, 3, 16), b13 = random_univ((unsigned char)0, 5, 13);
+    for (const _univ_mat* b : {&b16, &b13})
+        for (int32_t i = 0; i < b->nelem; ++i) {
+            unsigned char& v = static_cast<unsigned char*>(b->data)[i];
+            v = v & 0x80 ? 255 : 0;
+        }
+    const std::string path = scratch("ours.pnm");
+    auto check = [&](const std::string& bytes, int32_t rows, int32_t cols, const std::vector<double>& want) {
+        put_file(path, bytes);
+        const auto [width, height, got] = plain_anymap(run("pnmtoplainpnm " + path));
+        EXPECT_EQ(width, cols);
+        EXPECT_EQ(height, rows);
+        EXPECT_EQ(got, want);
+    };
+    for (unsigned char text : {0, 1}) {
+        SCOPED_TRACE(int(text));
+        check(written([&](FILE* f) { return mutils::imguniv_write_pgm(f, &u8, text, nullptr); }), 7, 19, samples(u8));
+        check(written([&](FILE* f) { return mutils::imguniv_write_pgm(f, &u16, text, nullptr); }), 3, 4, samples(u16));
+        check(written([&](FILE* f) { return mutils::imgset_write_ppm(f, &rgb, text, nullptr); }), 5, 11,
+              interleaved(rgb));
+        check(written([&](FILE* f) { return mutils::imguniv_write_pbm(f, &b16, 100, text, nullptr); }), 3, 16,
+              samples(b16));
+    }
+    check(written([&](FILE* f) { return mutils::imguniv_write_pbm(f, &b13, 100, 1, nullptr); }), 5, 13, samples(b13));
+}
+
+TEST_F(AnymapTest, WeReadNetpbmsOwnFilesRawAndPlain) {
+    if (!have_tools({"pgmramp", "ppmmake", "pbmmake", "pnmtoplainpnm"})) GTEST_SKIP() << "netpbm absent";
+    const std::string raw = scratch("tool.pnm"), plain = scratch("tool_plain.pnm");
+    // Raw bitmaps are read as one run of bits, so only those whose width is a multiple of 8 have
+    // the usual layout.
+    for (const char* cmd : {"pgmramp -lr 37 5", "pgmramp -diag 64 3", "pgmramp -lr -maxval 1000 9 4",
+                            "pgmramp -tb -maxval 65535 3 300", "ppmmake rgb:12/34/56 4 3", "pbmmake -g 16 3",
+                            "pbmmake -g 13 4"}) {
+        SCOPED_TRACE(cmd);
+        put_file(raw, run(cmd));
+        put_file(plain, run("pnmtoplainpnm " + raw));
+        const std::string text = file_text(plain);
+        const auto [width, height, want] = plain_anymap(text);
+        for (const std::string& path : {raw, plain}) {
+            if (text[1] == '1' && width % 8 != 0 && path == raw) continue;
+            FILE* f = std::fopen(path.c_str(), "rb");
+            if (text[1] == '3') {
+                _mat_set s{};
+                ASSERT_EQ(message(mutils::imgset_read_ppm(f, nullptr, &s)), "");
+                ASSERT_EQ(s.nmat, 3);
+                EXPECT_EQ(s.mats[0].ncol, width);
+                EXPECT_EQ(interleaved(s), want) << path;
+            } else {
+                _univ_mat r{};
+                ASSERT_EQ(message(mutils::imguniv_read_pgm(f, nullptr, &r)), "");
+                EXPECT_EQ(r.ncol, width);
+                EXPECT_EQ(r.nrow, height);
+                EXPECT_EQ(samples(r), want) << path;
+            }
+            std::fclose(f);
+        }
+    }
 }
 
 TEST_F(AnymapTest, ForgedSizesOnAPipeCostOnlyWhatArrives) {

@@ -9,11 +9,13 @@ namespace {
 
 using TiffTest = ArenaTest;
 
-template <class T> _univ_mat random_image(int32_t rows, int32_t cols, unsigned seed, uint64_t top) {
-    std::mt19937_64 gen(seed);
-    std::vector<T> v(size_t(rows) * cols);
-    for (T& x : v) x = T(gen() % (top + 1));
-    return make_univ<T>(rows, cols, v);
+// Random samples over the type's whole range.
+template <class T> _univ_mat random_image(int32_t rows, int32_t cols, unsigned seed) {
+    std::mt19937 gen(seed);
+    auto m = random_mat<T>(gen, rows, cols);
+    _univ_mat u;
+    matuniv_wrap_matrix(&u, &m, detail::elem<T>::tag);
+    return u;
 }
 
 _mat_set read_tiff(const std::string& path, const char* expect = "") {
@@ -30,31 +32,44 @@ template <class T> void expect_plane(const _mat_set& s, int32_t i, const _univ_m
     EXPECT_EQ(values_of<T>(s.mats[i]), values_of<T>(want)) << "plane " << i;
 }
 
-TEST_F(TiffTest, UnsignedImagesRoundTrip) {
+TEST_F(TiffTest, UnsignedImagesAndGreyWithAnExtraSampleRoundTrip) {
     const std::string path = scratch("round.tif");
-    auto a8 = random_image<unsigned char>(7, 5, 1, 255);
-    auto a16 = random_image<uint16_t>(3, 9, 2, 65535);
-    auto a32 = random_image<uint32_t>(4, 4, 3, 4294967295u);
-    ASSERT_EQ(message(imguniv_write_tiff(wide(path).c_str(), &a8, nullptr)), "");
-    expect_plane<unsigned char>(read_tiff(path), 0, a8);
-    ASSERT_EQ(message(imguniv_write_tiff(wide(path).c_str(), &a16, nullptr)), "");
-    expect_plane<uint16_t>(read_tiff(path), 0, a16);
-    ASSERT_EQ(::imguniv_write_tiff(wide(path).c_str(), &a32, nullptr), MUTIL_ERR_OK);
-    expect_plane<uint32_t>(read_tiff(path), 0, a32);
+    auto round_trip = [&]<class T>(T, int32_t rows, int32_t cols, unsigned seed) {
+        auto a = random_image<T>(rows, cols, seed);
+        ASSERT_EQ(::imguniv_write_tiff(wide(path).c_str(), &a, nullptr), MUTIL_ERR_OK);
+        expect_plane<T>(read_tiff(path), 0, a);
+    };
+    round_trip((unsigned char)0, 7, 5, 1);
+    round_trip(uint16_t{}, 3, 9, 2);
+    round_trip(uint32_t{}, 4, 4, 3);
+    _mat_set set{};
+    const int32_t two = 2;
+    matset_malloc(&set, 1, &two);
+    for (int i = 0; i < 2; ++i) set.mats[i] = random_image<uint32_t>(3, 3, 20 + i);
+    ASSERT_EQ(message(imgset_write_tiff(wide(path).c_str(), &set, nullptr)), "");
+    auto back = read_tiff(path);
+    ASSERT_EQ(back.nmat, 2);
+    for (int i = 0; i < 2; ++i) expect_plane<uint32_t>(back, i, set.mats[i]);
 }
 
 TEST_F(TiffTest, WrittenGreyAndRgbFilesAreReadByLibtiffAndNetpbmTools) {
     if (!have_tools({"tiffinfo", "tifftopnm"})) GTEST_SKIP() << "libtiff or netpbm tools absent";
     const std::string grey = scratch("grey.tif"), rgb = scratch("rgb.tif");
-    auto a8 = random_image<unsigned char>(3, 5, 5, 255);
+    auto a8 = random_image<unsigned char>(3, 5, 5);
     ASSERT_EQ(message(imguniv_write_tiff(wide(grey).c_str(), &a8, nullptr)), "");
     const auto bytes = values_of<unsigned char>(a8);
     EXPECT_EQ(run("tifftopnm " + grey), "P5\n5 3\n255\n" + std::string(bytes.begin(), bytes.end()));
+    auto a16 = random_image<uint16_t>(6, 9, 6);
+    ASSERT_EQ(message(imguniv_write_tiff(wide(grey).c_str(), &a16, nullptr)), "");
+    const std::string grey_info = run("tiffinfo " + grey);
+    for (const char* field : {"Image Width: 9 Image Length: 6", "Bits/Sample: 16", "Compression Scheme: None",
+                              "min-is-black", "Samples/Pixel: 1", "single image plane"})
+        EXPECT_NE(grey_info.find(field), std::string::npos) << field << "\n" << grey_info;
 
     _mat_set set{};
     const int32_t three = 3;
     matset_malloc(&set, 1, &three);
-    for (int i = 0; i < 3; ++i) set.mats[i] = random_image<unsigned char>(2, 4, 10 + i, 255);
+    for (int i = 0; i < 3; ++i) set.mats[i] = random_image<unsigned char>(2, 4, 10 + i);
     ASSERT_EQ(message(imgset_write_tiff(wide(rgb).c_str(), &set, nullptr)), "");
     const std::string rgb_info = run("tiffinfo " + rgb);
     EXPECT_NE(rgb_info.find("RGB color"), std::string::npos) << rgb_info;
@@ -66,18 +81,6 @@ TEST_F(TiffTest, WrittenGreyAndRgbFilesAreReadByLibtiffAndNetpbmTools) {
     auto back = read_tiff(rgb);
     ASSERT_EQ(back.nmat, 3);
     for (int i = 0; i < 3; ++i) expect_plane<unsigned char>(back, i, set.mats[i]);
-}
-
-TEST_F(TiffTest, SetOfTwoIsGreyWithAnExtraSample) {
-    const std::string path = scratch("two.tif");
-    _mat_set set{};
-    const int32_t two = 2;
-    matset_malloc(&set, 1, &two);
-    for (int i = 0; i < 2; ++i) set.mats[i] = random_image<uint32_t>(3, 3, 20 + i, 100000);
-    ASSERT_EQ(message(imgset_write_tiff(wide(path).c_str(), &set, nullptr)), "");
-    auto back = read_tiff(path);
-    ASSERT_EQ(back.nmat, 2);
-    for (int i = 0; i < 2; ++i) expect_plane<uint32_t>(back, i, set.mats[i]);
 }
 
 TEST_F(TiffTest, WritersRefuseOtherTypesAndMismatchedSets) {
@@ -137,16 +140,19 @@ TEST_F(ToolFileTest, GreyImagesOfEightAndSixteenBits) {
 }
 
 TEST_F(ToolFileTest, RgbContiguousSeparateAndTiled) {
-    const std::string ppm = scratch("c.ppm"), tif = scratch("c.tif"), sep = scratch("cs.tif"), tiled = scratch("ct.tif");
+    const std::string ppm = scratch("c.ppm"), tif = scratch("c.tif"), sep = scratch("cs.tif"), tiled = scratch("ct.tif"),
+                      chunky = scratch("cc.tif");
     const int w = 37, h = 21;
     const std::string body = random_bytes(size_t(w) * h * 3, 3);
     put_pnm(ppm, 6, w, h, 255, body);
     run("pnmtotiff -truecolor " + ppm + " > " + tif);
     run("tiffcp -p separate " + tif + " " + sep);
     run("tiffcp -p separate -t -w 16 -l 32 -c zip " + tif + " " + tiled);
+    run("tiffcp -t -w 16 -l 16 -c lzw " + tif + " " + chunky);  // interleaved tiles
+    ASSERT_NE(run("tiffinfo " + chunky).find("Tile Width: 16"), std::string::npos);
     std::vector<unsigned char> planes[3];
     for (size_t p = 0; p < body.size(); ++p) planes[p % 3].push_back((unsigned char)body[p]);
-    for (const std::string& file : {tif, sep, tiled}) {
+    for (const std::string& file : {tif, sep, tiled, chunky}) {
         auto s = read_tiff(file);
         ASSERT_EQ(s.nmat, 3) << file;
         for (int i = 0; i < 3; ++i) expect_plane<unsigned char>(s, i, make_univ<unsigned char>(h, w, planes[i]));

@@ -135,7 +135,6 @@ TEST_F(ElementwiseTest, ShiftsPastTheWidthGiveZero) {
 TEST_F(ElementwiseTest, UniversalBitOperationsNeedUnsignedResults) {
     _univ_mat s16 = make_univ<int16_t>(1, 2, {3, -1}), u16 = make_univ<uint16_t>(1, 2, {1, 1}),
               f = make_univ<float>(1, 2), u8 = make_univ<unsigned char>(1, 2, {6, 6});
-    EXPECT_EQ(message(matuniv_bit_and(&s16, &s16, nullptr, &s16)), "Illegal data type");
     EXPECT_EQ(raised([&] { matuniv_bit_or(&s16, &u16, nullptr, &u16); }), "overflow");  // -1 does not fit
     EXPECT_EQ(message(matuniv_bit_or(&f, &u16, nullptr, &u16)), "Illegal data type");
     ASSERT_EQ(message(matuniv_bit_or(&u8, &u16, nullptr, &u16)), "");

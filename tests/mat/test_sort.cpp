@@ -229,17 +229,11 @@ TEST_F(SortTest, QuantileRefusalsInOrder) {
     EXPECT_EQ(message(matuniv_quantiles(&x, nullptr, nullptr, &r)), "null pointer");
 }
 
-TEST_F(SortTest, UniqueAscendingOrInOrderOfFirstAppearance) {
+TEST_F(SortTest, UniqueSizesNaNsAndRefusals) {
     auto a = make<int32_t>(2, 4, {5, -1, 5, 3, -1, 7, 3, 5});
     auto r = make<int32_t>(2, 4);
     ASSERT_EQ(message(mats32_unique(&a, 0, nullptr, &r)), "");
-    EXPECT_EQ(values(r), (std::vector<int32_t>{-1, 3, 5, 7}));
-    EXPECT_EQ(r.nrow, 4);  // resized to a column of the k values
-    EXPECT_EQ(r.ncol, 1);
-    auto row = make<int32_t>(1, 8);
-    ASSERT_EQ(message(mats32_unique(&a, 1, nullptr, &row)), "");
-    EXPECT_EQ(values(row), (std::vector<int32_t>{5, -1, 3, 7}));
-    EXPECT_EQ(row.nrow, 1);
+    EXPECT_EQ(std::pair(r.nrow, r.ncol), std::pair(4, 1));  // resized to a column of the k values
     auto exact = make<int32_t>(2, 2);
     EXPECT_EQ(message(mats32_unique(&a, 0, nullptr, &exact)), "");
     auto small = make<int32_t>(1, 3, {0, 0, 0});
@@ -260,19 +254,25 @@ TEST_F(SortTest, UniqueAscendingOrInOrderOfFirstAppearance) {
     EXPECT_EQ(message(matuniv_unique(&ua, 0, nullptr, nullptr)), "null pointer");
 }
 
-TEST_F(SortTest, UniqueMatchesStdUniqueForEveryType) {
+TEST_F(SortTest, UniqueAscendingOrInOrderOfFirstAppearanceForEveryType) {
     std::mt19937 rng(13);
     each_real_type([&](auto z) {
         using T = decltype(z);
         SCOPED_TRACE(detail::elem<T>::code);
         auto a = random_data<T>(rng, 20, 30, true);
-        std::vector<T> expected = values(a);
-        std::sort(expected.begin(), expected.end());
-        expected.erase(std::unique(expected.begin(), expected.end()), expected.end());
-        auto ua = univ(a), ur = make_univ<T>(1, 600);
-        ASSERT_EQ(message(matuniv_unique(&ua, 0, nullptr, &ur)), "");
-        EXPECT_EQ(values_of<T>(ur), expected);
-        EXPECT_EQ(ur.ncol, int32_t(expected.size()));
+        std::vector<T> first;  // in order of first appearance
+        for (const T* x = a.data; x != a.data + a.nelem; ++x)
+            if (std::find(first.begin(), first.end(), *x) == first.end()) first.push_back(*x);
+        std::vector<T> ascending = first;
+        std::sort(ascending.begin(), ascending.end());
+        // The result is resized to a row or a column of the distinct values.
+        auto ua = univ(a), row = make_univ<T>(1, 600), column = make_univ<T>(600, 1);
+        ASSERT_EQ(message(matuniv_unique(&ua, 0, nullptr, &row)), "");
+        EXPECT_EQ(values_of<T>(row), ascending);
+        EXPECT_EQ(row.ncol, int32_t(ascending.size()));
+        ASSERT_EQ(message(matuniv_unique(&ua, 1, nullptr, &column)), "");
+        EXPECT_EQ(values_of<T>(column), first);
+        EXPECT_EQ(column.nrow, int32_t(first.size()));
     });
 }
 

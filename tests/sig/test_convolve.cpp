@@ -51,14 +51,7 @@ std::vector<T> naive(const detail::mat_t<T>& d, const detail::mat_t<T>& f, int r
 
 template <class T> detail::mat_t<T> random_mat(int nr, int nc, unsigned seed) {
     std::mt19937 gen(seed);
-    std::vector<T> v(size_t(nr) * nc);
-    for (T& x : v) {
-        if constexpr (std::is_integral_v<T>)
-            x = T(gen());
-        else
-            x = T(std::uniform_real_distribution<double>(-1, 1)(gen));
-    }
-    return make<T>(nr, nc, v);
+    return test::random_mat<T>(gen, nr, nc);
 }
 
 template <class T, class Op> void check_against_definition(Op op, bool conv) {
@@ -113,21 +106,10 @@ TEST_F(ConvolveTest, ComplexMembersFollowTheDefinition) {
             const auto ri = naive<double>(dr, fi, 2, 2, 2, 3, b, conv, 10, 18);
             const auto ir = naive<double>(di, fr, 2, 2, 2, 3, b, conv, 10, 18);
             for (int i = 0; i < y.nelem; ++i) {
-                EXPECT_NEAR(y.data[i].re, rr[i] - ii[i], 1e-13);
-                EXPECT_NEAR(y.data[i].im, ri[i] + ir[i], 1e-13);
+                EXPECT_NEAR(y.data[i].re, rr[i] - ii[i], 1e-9);  // sums of 12 products up to 1e4
+                EXPECT_NEAR(y.data[i].im, ri[i] + ir[i], 1e-9);
             }
         }
-}
-
-TEST_F(ConvolveTest, BoundaryRulesByHand) {
-    // A shift filter reads the sample just left of the origin: index -1 under each rule.
-    auto row = make<double>(1, 4, {1, 2, 3, 4}), shift = make<double>(1, 2, {1, 0}), y = make<double>(1, 4);
-    const double left[4] = {0, 4, 1, 1};  // zero, periodic, reflect, continue
-    for (int b = 0; b < 4; ++b) {
-        ASSERT_EQ(message(sigdbl_correlate(&row, &shift, 1, 1, 1, 1, static_cast<_mutil_boundary_type>(b), nullptr, &y)),
-                  "");
-        EXPECT_EQ(y.data[0], left[b]) << b;
-    }
 }
 
 TEST_F(ConvolveTest, BadArgumentsGetTheirMessagesInOrder) {
@@ -159,11 +141,10 @@ TEST_F(ConvolveTest, UniversalMembersPromoteToTheWidestType) {
     EXPECT_EQ(values_of<unsigned char>(y8), (std::vector<unsigned char>{144, 2, 4, 6}));
     // Floating data with an integer filter or result; a result narrower than the sums; no member.
     _univ_mat dd = make_univ<double>(2, 2), d16 = make_univ<uint16_t>(2, 2), f16 = make_univ<uint16_t>(1, 1);
-    _univ_mat fl = make_univ<float>(2, 2), fl1 = make_univ<float>(1, 1), s16 = make_univ<int16_t>(2, 2);
+    _univ_mat s16 = make_univ<int16_t>(2, 2);
     EXPECT_EQ(message(siguniv_convolve(&dd, &f8, 1, 1, 1, 1, Z, nullptr, &yd)), "Illegal data type");
     EXPECT_EQ(message(siguniv_convolve(&dd, &fd, 1, 1, 1, 1, Z, nullptr, &y8)), "Illegal data type");
     EXPECT_EQ(message(siguniv_convolve(&d16, &f16, 1, 1, 1, 1, Z, nullptr, &y8)), "Illegal data type");
-    EXPECT_EQ(message(siguniv_convolve(&fl, &fl1, 1, 1, 1, 1, Z, nullptr, &fl)), "Illegal data type");
     EXPECT_EQ(message(siguniv_convolve(&s16, &f8, 1, 1, 1, 1, Z, nullptr, &s16)), "Illegal data type");
     EXPECT_EQ(message(siguniv_correlate(nullptr, &f8, 1, 1, 1, 1, Z, nullptr, &y8)), "null pointer");
     // Float data with a double filter is computed in double.

@@ -103,8 +103,6 @@ Values custom_reference(const Values& x, int64_t step, const _double_mat& k, int
 TEST_F(TimeFreqTest, CustomKernelMatchesItsDirectSum) {
     _double_mat x = signal(kRamp), k = make<double>(2, 3, {1, 1, 1, 0.5, 0.5, 0.5}), r = make<double>(3, 6);
     ASSERT_EQ(sigdbl_timefreq_autocorrelate_custom(&x, 1, &k, nullptr, &r), nullptr);
-    EXPECT_EQ(r.data[0 * 6 + 1], 4 + 0.5 * 8);  // the lag-0 square at t = 1 from both kernel rows
-    EXPECT_EQ(r.data[1 * 6 + 1], 0.5 * (3 * 2 + 1 * 2));
     EXPECT_EQ(values(r), custom_reference(kRamp, 1, k, 3, 6));
     // A kernel longer than the lags reaches offsets where b = m - u + 1 is negative.
     _double_mat y = signal(kMixed), wide = make<double>(7, 5);

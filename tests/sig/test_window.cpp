@@ -132,7 +132,6 @@ TEST_F(WindowTest, UniversalMembersTakeDoubleResultsOnly) {
     ASSERT_EQ(siguniv_window_triangle(nullptr, &u), nullptr);
     expect_near(values_of<double>(u), {0.4, 0.8, 0.8, 0.4});
     EXPECT_EQ(message(siguniv_window_hanning(nullptr, nullptr)), "null pointer");
-    EXPECT_EQ(message(siguniv_window_gaussian(1, nullptr, &f)), "Illegal data type");
     EXPECT_EQ(::siguniv_window_raised_cosine(0.5, nullptr, &u), MUTIL_ERR_OK);
     EXPECT_EQ(::siguniv_window_raised_cosine(2.0, nullptr, &u), MUTIL_ERR_ILLEGAL_VALUE);
     EXPECT_EQ(::siguniv_window_raised_cosine(0.5, nullptr, &f), MUTIL_ERR_ILLEGAL_TYPE);

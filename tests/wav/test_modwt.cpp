@@ -74,17 +74,6 @@ void check_pyramid(const Pair& p, int32_t n, int32_t J) {
 
 using ModwtTest = ArenaTest;
 
-TEST_F(ModwtTest, HaarLevelOneIsHalfDifferencesAndHalfSums) {
-    const std::vector<unsigned char> x = {1, 4, 2, 8, 5, 7, 3, 6};  // converted to double
-    _univ_mat xm = make_univ<unsigned char>(8, 1, x), h = column(kHaar.h), g = column(kHaar.g);
-    _univ_mat W = make_univ<double>(8, 1), V = make_univ<double>(8, 1);
-    ASSERT_EQ(message(wavuniv_transform_maximum_overlap(&xm, &h, &g, 1, nullptr, &W, &V)), "");
-    for (int t = 0; t < 8; ++t) {
-        EXPECT_NEAR(values_of<double>(W)[t], (x[t] - x[(t + 7) % 8]) / 2.0, 1e-14);
-        EXPECT_NEAR(values_of<double>(V)[t], (x[t] + x[(t + 7) % 8]) / 2.0, 1e-14);
-    }
-}
-
 TEST_F(ModwtTest, PyramidMatchesDirectSumsAndInverseRebuildsTheLadder) {
     // Lengths that are and are not powers of two at their deepest level (N = 3 with 4 taps
     // wraps the filter round the signal); then several blocks of outputs, and results large
