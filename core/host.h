@@ -108,6 +108,7 @@ struct MUTILS_API array_val {
 /// The default host installs none, and a null `intrp_ptr` is never passed on: such calls never
 /// stop. Process-wide; install it before calls start (a language binding does so on loading).
 using InterruptPoll = unsigned char (*)(void* intrp_ptr);
+/// Installs the host's interrupt poll (null removes it); see `InterruptPoll`.
 MUTILS_API void set_interrupt_poll(InterruptPoll poll);
 
 }  // namespace Hux
