@@ -77,7 +77,8 @@ int main(int argc, char** argv) {
         std::vector<unsigned char>& img = disk(r);
         int64_t moves = 0;
         const double s = peer_ratio::best_seconds([&] { moves = trace(img); }, 20);
-        std::printf("radius %d: %lld moves, %.2f ns per move\n", r, static_cast<long long>(moves), s / double(moves) * 1e9);
+        std::printf("radius %d: %lld moves, %.2f ns per move\n", r, static_cast<long long>(moves),
+                    s / double(moves) * 1e9);
     }
     benchmark::Shutdown();
 }

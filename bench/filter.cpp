@@ -19,7 +19,8 @@ using bench_images::kSide;
 using Image = std::shared_ptr<std::vector<unsigned char>>;
 
 /// Registers ours (a call on the u8 image and a u8 result) beside the OpenCV call.
-template <class Ours, class Peer> void add(const char* label, double limit, Image image, Ours ours_call, Peer peer_call) {
+template <class Ours, class Peer>
+void add(const char* label, double limit, Image image, Ours ours_call, Peer peer_call) {
     auto ours = [=](benchmark::State& st) {
         std::vector<unsigned char> out(image->size());
         _uint8_mat a{kSide, kSide, kSide * kSide, image->data()}, r{kSide, kSide, kSide * kSide, out.data()};
@@ -44,8 +45,11 @@ template <class Ours, class Peer> void add(const char* label, double limit, Imag
 
 void add_median(const char* label, int k) {
     auto image = std::make_shared<std::vector<unsigned char>>(bench_images::noise(5));
-    add(label, 1.5, image,
-        [k](_uint8_mat* a, _uint8_mat* r) { return imgu8_filter_quantile(a, k, k, 0.5, MUTIL_BOUNDARY_CONTINUE, nullptr, r); },
+    add(
+        label, 1.5, image,
+        [k](_uint8_mat* a, _uint8_mat* r) {
+            return imgu8_filter_quantile(a, k, k, 0.5, MUTIL_BOUNDARY_CONTINUE, nullptr, r);
+        },
         [k](const auto& src, auto& dst) {
 #ifdef MUTILS_HAVE_OPENCV
             cv::medianBlur(src, dst, k);
@@ -55,8 +59,11 @@ void add_median(const char* label, int k) {
 
 void add_mean(const char* label, int k) {
     auto image = std::make_shared<std::vector<unsigned char>>(bench_images::noise(6));
-    add(label, 1.5, image,
-        [k](_uint8_mat* a, _uint8_mat* r) { return imgu8_filter_local_mean(a, k, k, MUTIL_BOUNDARY_CONTINUE, nullptr, r); },
+    add(
+        label, 1.5, image,
+        [k](_uint8_mat* a, _uint8_mat* r) {
+            return imgu8_filter_local_mean(a, k, k, MUTIL_BOUNDARY_CONTINUE, nullptr, r);
+        },
         [k](const auto& src, auto& dst) {
 #ifdef MUTILS_HAVE_OPENCV
             cv::blur(src, dst, cv::Size(k, k), cv::Point(-1, -1), cv::BORDER_REPLICATE);

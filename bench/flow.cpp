@@ -45,8 +45,8 @@ void run_library() {
     mutils::matuniv_wrap_data(&u, f.u.data(), kSize, kSize, mutils::MUTIL_DOUBLE);
     mutils::matuniv_wrap_data(&v, f.v.data(), kSize, kSize, mutils::MUTIL_DOUBLE);
     int32_t done = 0;
-    if (mutils::vidset_optical_flow_horn_schunck(&set, mutils::VID_GRADIENT_TWO_FRAME, kIterations, 0.0, 1.0,
-                                                 nullptr, &u, &v, &done, nullptr) ||
+    if (mutils::vidset_optical_flow_horn_schunck(&set, mutils::VID_GRADIENT_TWO_FRAME, kIterations, 0.0, 1.0, nullptr,
+                                                 &u, &v, &done, nullptr) ||
         done != kIterations)
         std::abort();
 }
@@ -67,17 +67,19 @@ double run_plain() {
                                    b[at(i, j + 1)] - b[at(i, j)] + b[at(i + 1, j + 1)] - b[at(i + 1, j)]);
             ey[at(i, j)] = 0.25 * (a[at(i + 1, j)] - a[at(i, j)] + a[at(i + 1, j + 1)] - a[at(i, j + 1)] +
                                    b[at(i + 1, j)] - b[at(i, j)] + b[at(i + 1, j + 1)] - b[at(i, j + 1)]);
-            et[at(i, j)] = 0.25 * (b[at(i, j)] - a[at(i, j)] + b[at(i, j + 1)] - a[at(i, j + 1)] +
-                                   b[at(i + 1, j)] - a[at(i + 1, j)] + b[at(i + 1, j + 1)] - a[at(i + 1, j + 1)]);
+            et[at(i, j)] = 0.25 * (b[at(i, j)] - a[at(i, j)] + b[at(i, j + 1)] - a[at(i, j + 1)] + b[at(i + 1, j)] -
+                                   a[at(i + 1, j)] + b[at(i + 1, j + 1)] - a[at(i + 1, j + 1)]);
         }
     double change = 0;
     for (int it = 0; it < kIterations; ++it) {
         for (int32_t i = 1; i < n - 1; ++i)
             for (int32_t j = 1; j < n - 1; ++j) {
-                ub[at(i, j)] = (u[at(i - 1, j)] + u[at(i + 1, j)] + u[at(i, j - 1)] + u[at(i, j + 1)]) / 6 +
-                               (u[at(i - 1, j - 1)] + u[at(i - 1, j + 1)] + u[at(i + 1, j - 1)] + u[at(i + 1, j + 1)]) / 12;
-                vb[at(i, j)] = (v[at(i - 1, j)] + v[at(i + 1, j)] + v[at(i, j - 1)] + v[at(i, j + 1)]) / 6 +
-                               (v[at(i - 1, j - 1)] + v[at(i - 1, j + 1)] + v[at(i + 1, j - 1)] + v[at(i + 1, j + 1)]) / 12;
+                ub[at(i, j)] =
+                    (u[at(i - 1, j)] + u[at(i + 1, j)] + u[at(i, j - 1)] + u[at(i, j + 1)]) / 6 +
+                    (u[at(i - 1, j - 1)] + u[at(i - 1, j + 1)] + u[at(i + 1, j - 1)] + u[at(i + 1, j + 1)]) / 12;
+                vb[at(i, j)] =
+                    (v[at(i - 1, j)] + v[at(i + 1, j)] + v[at(i, j - 1)] + v[at(i, j + 1)]) / 6 +
+                    (v[at(i - 1, j - 1)] + v[at(i - 1, j + 1)] + v[at(i + 1, j - 1)] + v[at(i + 1, j + 1)]) / 12;
             }
         for (int32_t i = 2; i < n - 2; ++i)
             for (int32_t j = 2; j < n - 2; ++j) {
@@ -115,7 +117,8 @@ BENCHMARK(BM_PlainHornSchunck)->Unit(benchmark::kMillisecond);
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
-    const double lib = peer_ratio::best_seconds(run_library, 5), plain = peer_ratio::best_seconds([] { run_plain(); }, 5);
+    const double lib = peer_ratio::best_seconds(run_library, 5),
+                 plain = peer_ratio::best_seconds([] { run_plain(); }, 5);
     const double work = double(kSize) * kSize * kIterations;
     std::printf("Horn-Schunck %.3f ns, plain %.3f ns per pixel-iteration; ratio library / plain = %.2f\n",
                 lib / work * 1e9, plain / work * 1e9, lib / plain);

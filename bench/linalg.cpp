@@ -85,8 +85,8 @@ void BM_cblas_dgemm(benchmark::State& state) {
     openblas_set_num_threads(1);
     std::vector<double> a = input_a(), b = input_b(), p(std::size_t(N) * N);
     timed(state, "dgemm", 2.0 * N * N * N, [&] {
-        cblas_dgemm(CblasRowMajor, CblasNoTrans, CblasNoTrans, N, N, N, 1.0, a.data(), N, b.data(), N, 0.0,
-                    p.data(), N);
+        cblas_dgemm(CblasRowMajor, CblasNoTrans, CblasNoTrans, N, N, N, 1.0, a.data(), N, b.data(), N, 0.0, p.data(),
+                    N);
         benchmark::DoNotOptimize(p.data());
     });
 }

@@ -17,9 +17,8 @@ namespace {
 constexpr int32_t kN = 1 << 20, kJ = 8, kL = 8;
 
 // The 8-tap Daubechies scaling filter and its wavelet mate h[l] = (-1)^l g[L-1-l].
-const std::vector<double> kG = {0.2303778133088964,  0.7148465705529154,  0.6308807679298587,
-                                -0.0279837694168599, -0.1870348117190931, 0.0308413818355607,
-                                0.0328830116668852,  -0.0105974017850690};
+const std::vector<double> kG = {0.2303778133088964,  0.7148465705529154, 0.6308807679298587, -0.0279837694168599,
+                                -0.1870348117190931, 0.0308413818355607, 0.0328830116668852, -0.0105974017850690};
 std::vector<double> wavelet() {
     std::vector<double> h(kL);
     for (int l = 0; l < kL; ++l) h[l] = (l % 2 ? -1.0 : 1.0) * kG[kL - 1 - l];

@@ -98,12 +98,13 @@ template <class T> const char* quantize_angle(const mat_t<T>* x, const mat_t<T>*
 // Universal frame: dispatch on the data's type, codebook brought to it, result must be u32.
 template <class Types, class F>
 const char* quantize_univ(const _univ_mat* x, const _univ_mat* c, void* intrp, _univ_mat* r, F typed) {
-    return univ_call(Types{}, with(x, pass(c), fixed<uint32_t>(r)), [&](auto t, auto* tx, auto* uc, auto* tr) -> const char* {
-        using T = MUTILS_T(t);
-        _univ_mat cc;
-        MUTILS_TRY(to_common(uc, x->type, intrp, &cc));
-        return typed(t, tx, as<T>(&cc), tr);
-    });
+    return univ_call(Types{}, with(x, pass(c), fixed<uint32_t>(r)),
+                     [&](auto t, auto* tx, auto* uc, auto* tr) -> const char* {
+                         using T = MUTILS_T(t);
+                         _univ_mat cc;
+                         MUTILS_TRY(to_common(uc, x->type, intrp, &cc));
+                         return typed(t, tx, as<T>(&cc), tr);
+                     });
 }
 
 }  // namespace
@@ -111,10 +112,10 @@ const char* quantize_univ(const _univ_mat* x, const _univ_mat* c, void* intrp, _
 
 using namespace detail;
 
-#define MUTILS_QUANTIZE(CODE, T, NAME, FN)                                                               \
-    const char* cls##CODE##_scalar_quantize_##NAME(const mat_t<T>* x, const mat_t<T>* c, void* intrp,   \
-                                                   _uint32_mat* r) {                                     \
-        return FN<T>(x, c, intrp, r);                                                                    \
+#define MUTILS_QUANTIZE(CODE, T, NAME, FN)                                                            \
+    const char* cls##CODE##_scalar_quantize_##NAME(const mat_t<T>* x, const mat_t<T>* c, void* intrp, \
+                                                   _uint32_mat* r) {                                  \
+        return FN<T>(x, c, intrp, r);                                                                 \
     }
 MUTILS_QUANTIZE(dbl, double, linear, quantize_linear)
 MUTILS_QUANTIZE(flt, float, linear, quantize_linear)

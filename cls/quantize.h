@@ -59,10 +59,10 @@ MUTILS_API const char* clsu32_scalar_quantize_linear(const _uint32_mat* data, co
                                                      void* intrp_ptr, _uint32_mat* result);
 MUTILS_API const char* clsu16_scalar_quantize_linear(const _uint16_mat* data, const _uint16_mat* codebook,
                                                      void* intrp_ptr, _uint32_mat* result);
-MUTILS_API const char* clsu8_scalar_quantize_linear(const _uint8_mat* data, const _uint8_mat* codebook,
-                                                    void* intrp_ptr, _uint32_mat* result);
-MUTILS_API const char* clsuniv_scalar_quantize_linear(const _univ_mat* data, const _univ_mat* codebook,
-                                                      void* intrp_ptr, _univ_mat* result);
+MUTILS_API const char* clsu8_scalar_quantize_linear(const _uint8_mat* data, const _uint8_mat* codebook, void* intrp_ptr,
+                                                    _uint32_mat* result);
+MUTILS_API const char* clsuniv_scalar_quantize_linear(const _univ_mat* data, const _univ_mat* codebook, void* intrp_ptr,
+                                                      _univ_mat* result);
 /// @}
 
 /// @{
@@ -70,10 +70,10 @@ MUTILS_API const char* clsuniv_scalar_quantize_linear(const _univ_mat* data, con
 /// file description.
 MUTILS_API const char* clsdbl_scalar_quantize_angle(const _double_mat* data, const _double_mat* codebook,
                                                     void* intrp_ptr, _uint32_mat* result);
-MUTILS_API const char* clsflt_scalar_quantize_angle(const _float_mat* data, const _float_mat* codebook,
-                                                    void* intrp_ptr, _uint32_mat* result);
-MUTILS_API const char* clsuniv_scalar_quantize_angle(const _univ_mat* data, const _univ_mat* codebook,
-                                                     void* intrp_ptr, _univ_mat* result);
+MUTILS_API const char* clsflt_scalar_quantize_angle(const _float_mat* data, const _float_mat* codebook, void* intrp_ptr,
+                                                    _uint32_mat* result);
+MUTILS_API const char* clsuniv_scalar_quantize_angle(const _univ_mat* data, const _univ_mat* codebook, void* intrp_ptr,
+                                                     _univ_mat* result);
 /// @}
 
 }  // namespace mutils

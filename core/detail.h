@@ -29,11 +29,11 @@ namespace detail {
 // ---- element-type traits -------------------------------------------------------------------
 
 template <class T> struct elem;
-#define MUTILS_ELEM(T, REC, TAG, CODE)                                  \
-    template <> struct elem<T> {                                        \
-        using rec = REC;                                                \
-        static constexpr _mutil_data_type tag = TAG;                    \
-        static constexpr const char* code = CODE;                       \
+#define MUTILS_ELEM(T, REC, TAG, CODE)               \
+    template <> struct elem<T> {                     \
+        using rec = REC;                             \
+        static constexpr _mutil_data_type tag = TAG; \
+        static constexpr const char* code = CODE;    \
     };
 MUTILS_ELEM(unsigned char, _uint8_mat, MUTIL_UINT8, "u8")
 MUTILS_ELEM(uint16_t, _uint16_mat, MUTIL_UINT16, "u16")
@@ -80,8 +80,11 @@ template <class T> inline constexpr bool is_complex_elem = std::is_same_v<T, _dc
 inline std::size_t elem_size(_mutil_data_type t) {
     switch (t) {
         case MUTIL_UINT8: return 1;
-        case MUTIL_UINT16: case MUTIL_SINT16: return 2;
-        case MUTIL_UINT32: case MUTIL_SINT32: case MUTIL_FLOAT: return 4;
+        case MUTIL_UINT16:
+        case MUTIL_SINT16: return 2;
+        case MUTIL_UINT32:
+        case MUTIL_SINT32:
+        case MUTIL_FLOAT: return 4;
         case MUTIL_DOUBLE: return 8;
         case MUTIL_DCOMPLEX: return 16;
         default: return 0;
@@ -130,21 +133,18 @@ template <class A> inline const char* require_size(const A* a, int32_t nrow, int
 /// "Illegal memory address" when two matrices share their data block.
 template <class A, class B> inline const char* require_distinct(const A* a, const B* b) {
     return static_cast<const void*>(a->data) == static_cast<const void*>(b->data) ? msg::illegal_memory_address
-                                                                                 : nullptr;
+                                                                                  : nullptr;
 }
 
 /// "Illegal data value" unless the boundary tag is one of the four modes.
-inline const char* require_boundary(int32_t b) {
-    return (b >= 0 && b <= 3) ? nullptr : msg::illegal_data_value;
-}
+inline const char* require_boundary(int32_t b) { return (b >= 0 && b <= 3) ? nullptr : msg::illegal_data_value; }
 
 inline bool is_vector(int32_t nrow, int32_t ncol) { return nrow == 1 || ncol == 1; }
 
 /// Returns from the enclosing function when a check yields a message.
-#define MUTILS_TRY(expr)                         \
-    do {                                         \
-        if (const char* mutils_err_ = (expr))    \
-            return mutils_err_;                  \
+#define MUTILS_TRY(expr)                                          \
+    do {                                                          \
+        if (const char* mutils_err_ = (expr)) return mutils_err_; \
     } while (0)
 
 // ---- interrupt poll -------------------------------------------------------------------------

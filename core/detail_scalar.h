@@ -74,27 +74,42 @@ const char* scalar_to(_univ_scalar s, int32_t target, bool complex_ok, _univ_sca
 
 /// The member of a scalar that element type T reads.
 template <class T> inline T scalar_get(const _univ_scalar& s) {
-    if constexpr (std::is_same_v<T, unsigned char>) return s.val.u8;
-    else if constexpr (std::is_same_v<T, uint16_t>) return s.val.u16;
-    else if constexpr (std::is_same_v<T, int16_t>) return s.val.s16;
-    else if constexpr (std::is_same_v<T, uint32_t>) return s.val.u32;
-    else if constexpr (std::is_same_v<T, int32_t>) return s.val.s32;
-    else if constexpr (std::is_same_v<T, float>) return s.val.flt;
-    else if constexpr (std::is_same_v<T, double>) return s.val.dbl;
-    else return s.val.cpx;
+    if constexpr (std::is_same_v<T, unsigned char>)
+        return s.val.u8;
+    else if constexpr (std::is_same_v<T, uint16_t>)
+        return s.val.u16;
+    else if constexpr (std::is_same_v<T, int16_t>)
+        return s.val.s16;
+    else if constexpr (std::is_same_v<T, uint32_t>)
+        return s.val.u32;
+    else if constexpr (std::is_same_v<T, int32_t>)
+        return s.val.s32;
+    else if constexpr (std::is_same_v<T, float>)
+        return s.val.flt;
+    else if constexpr (std::is_same_v<T, double>)
+        return s.val.dbl;
+    else
+        return s.val.cpx;
 }
 
 /// A scalar of element type T carrying T's tag.
 template <class T> inline _univ_scalar make_scalar(T v) {
     _univ_scalar s{};
     s.type = elem<T>::tag;
-    if constexpr (std::is_same_v<T, unsigned char>) s.val.u8 = v;
-    else if constexpr (std::is_same_v<T, uint16_t>) s.val.u16 = v;
-    else if constexpr (std::is_same_v<T, int16_t>) s.val.s16 = v;
-    else if constexpr (std::is_same_v<T, uint32_t>) s.val.u32 = v;
-    else if constexpr (std::is_same_v<T, int32_t>) s.val.s32 = v;
-    else if constexpr (std::is_same_v<T, float>) s.val.flt = v;
-    else s.val.dbl = v;
+    if constexpr (std::is_same_v<T, unsigned char>)
+        s.val.u8 = v;
+    else if constexpr (std::is_same_v<T, uint16_t>)
+        s.val.u16 = v;
+    else if constexpr (std::is_same_v<T, int16_t>)
+        s.val.s16 = v;
+    else if constexpr (std::is_same_v<T, uint32_t>)
+        s.val.u32 = v;
+    else if constexpr (std::is_same_v<T, int32_t>)
+        s.val.s32 = v;
+    else if constexpr (std::is_same_v<T, float>)
+        s.val.flt = v;
+    else
+        s.val.dbl = v;
     return s;
 }
 

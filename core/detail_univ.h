@@ -35,16 +35,12 @@ namespace detail {
 
 /// A matrix argument of `univ_call` whose element type is fixed to T by the contract (an index
 /// result, a complex spectrum, a double-only input).
-template <class T, class U> struct fixed_arg {
-    U* m;
-};
+template <class T, class U> struct fixed_arg { U* m; };
 template <class T, class U> inline fixed_arg<T, U> fixed(U* m) { return {m}; }
 
 /// A universal matrix argument of `univ_call` that is only checked for null and reaches the body
 /// as it is (a lookup table or mask of any element type, which the body converts or checks).
-template <class U> struct pass_arg {
-    U* m;
-};
+template <class U> struct pass_arg { U* m; };
 template <class U> inline pass_arg<U> pass(U* m) { return {m}; }
 
 namespace frame {
@@ -69,8 +65,10 @@ template <class U> inline bool agrees(pass_arg<U>, int32_t&) { return true; }
 template <class U> inline const void* pointer(pass_arg<U> a) { return a.m; }
 
 template <class T, class U> inline auto typed(U* m) {
-    if constexpr (is_matrix<U>) return as<T>(m);
-    else return m;
+    if constexpr (is_matrix<U>)
+        return as<T>(m);
+    else
+        return m;
 }
 template <class T, class V, class U> inline auto typed(fixed_arg<V, U> a) { return as<V>(a.m); }
 template <class T, class U> inline U* typed(pass_arg<U> a) { return a.m; }
@@ -129,7 +127,8 @@ const char* univ_apply_whole(Types types, void* intrp, _univ_mat* r, F&& f, cons
     return dispatch(r->type, types, [&](auto t) -> const char* {
         return [&]<std::size_t... I>(std::index_sequence<I...>) {
             return f(t, static_cast<const _univ_mat*>(&common[I])..., r);
-        }(std::index_sequence_for<X...>{});
+        }
+        (std::index_sequence_for<X...>{});
     });
 }
 
@@ -172,7 +171,8 @@ const char* univ_apply(Types types, void* intrp, _univ_mat* r, F&& f, const X*..
         MUTILS_TRY(dispatch(r->type, types, [&](auto t) -> const char* {
             return [&]<std::size_t... I>(std::index_sequence<I...>) {
                 return f(t, static_cast<const _univ_mat*>(&part[I])..., &rpart);
-            }(std::index_sequence_for<X...>{});
+            }
+            (std::index_sequence_for<X...>{});
         }));
     }
     return nullptr;

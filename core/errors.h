@@ -35,12 +35,7 @@ enum _mutil_errcode : int32_t {
 };
 
 /// Levels of the message-printing entry points; nothing reads them.
-enum _mutil_msg_level : int32_t {
-    MUTIL_MSG_DEBUG = 0,
-    MUTIL_MSG_INFO = 1,
-    MUTIL_MSG_WARNING = 2,
-    MUTIL_MSG_ERROR = 3
-};
+enum _mutil_msg_level : int32_t { MUTIL_MSG_DEBUG = 0, MUTIL_MSG_INFO = 1, MUTIL_MSG_WARNING = 2, MUTIL_MSG_ERROR = 3 };
 
 /// The fixed operation messages (compare by content; entries of the host table share storage
 /// with interrupted, array_size_mismatch, overflow and not_converging).

@@ -28,8 +28,8 @@ namespace Hux {
 /// The error raised by argument checks and storage operations.
 class MUTILS_API Error : public std::exception {
 public:
-    Error(const char* message, unsigned code);  ///< an error carrying a message and a code
-    const char* what() const noexcept override;  ///< the message text
+    Error(const char* message, unsigned code);         ///< an error carrying a message and a code
+    const char* what() const noexcept override;        ///< the message text
     unsigned code() const noexcept { return m_code; }  ///< the code
 
 private:

@@ -18,9 +18,9 @@ constexpr double kScale = 1.0 / kModulus;
 constexpr double kMaxUniform = 0.999999999;
 
 struct RandState {
-    int32_t seed;          // congruential state, in [1, kModulus - 1]
-    int32_t table[kSlots]; // shuffle table
-    int32_t last;          // table value drawn last; picks the next slot
+    int32_t seed;           // congruential state, in [1, kModulus - 1]
+    int32_t table[kSlots];  // shuffle table
+    int32_t last;           // table value drawn last; picks the next slot
     unsigned char normal_cached;
     double cached_normal;
 };

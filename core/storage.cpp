@@ -50,8 +50,11 @@ template <class M> void typed_wrap(M* m, elem_of<M>* data, int32_t nrow, int32_t
 template <class F> void by_size(_univ_mat* m, F&& f) {
     switch (m->type) {
         case MUTIL_UINT8: f(as<unsigned char>(m)); break;
-        case MUTIL_UINT16: case MUTIL_SINT16: f(as<uint16_t>(m)); break;
-        case MUTIL_UINT32: case MUTIL_SINT32: case MUTIL_FLOAT: f(as<uint32_t>(m)); break;
+        case MUTIL_UINT16:
+        case MUTIL_SINT16: f(as<uint16_t>(m)); break;
+        case MUTIL_UINT32:
+        case MUTIL_SINT32:
+        case MUTIL_FLOAT: f(as<uint32_t>(m)); break;
         case MUTIL_DOUBLE: f(as<double>(m)); break;
         case MUTIL_DCOMPLEX: f(as<_dcomplex>(m)); break;
         default: raise(msg::illegal_data_type);
@@ -81,7 +84,7 @@ void validate_set(const _mat_set* s) {
 using namespace detail;
 
 #define MUTILS_STORAGE(CODE, REC)                                                                  \
-    void mat##CODE##_malloc(REC* m, int32_t nrow, int32_t ncol) { typed_malloc(m, nrow, ncol); }  \
+    void mat##CODE##_malloc(REC* m, int32_t nrow, int32_t ncol) { typed_malloc(m, nrow, ncol); }   \
     void mat##CODE##_realloc(REC* m, int32_t nrow, int32_t ncol) { typed_realloc(m, nrow, ncol); } \
     void mat##CODE##_validate(const REC* m) { validate(m); }
 MUTILS_STORAGE(dbl, _double_mat)
@@ -94,9 +97,9 @@ MUTILS_STORAGE(s32, _sint32_mat)
 MUTILS_STORAGE(cpx, _dcomplex_mat)
 #undef MUTILS_STORAGE
 
-#define MUTILS_WRAP(CODE, REC)                                                        \
+#define MUTILS_WRAP(CODE, REC)                                                           \
     void mat##CODE##_wrap_data(REC* m, elem_of<REC>* data, int32_t nrow, int32_t ncol) { \
-        typed_wrap(m, data, nrow, ncol);                                               \
+        typed_wrap(m, data, nrow, ncol);                                                 \
     }
 MUTILS_WRAP(dbl, _double_mat)
 MUTILS_WRAP(flt, _float_mat)
@@ -217,8 +220,7 @@ void matset_verify_aresame(const _mat_set* a, const _mat_set* b) {
     if (a->nmat != b->nmat) raise(msg::array_size_mismatch);
     for (int32_t i = 0; i < a->nmat; ++i) {
         if (a->mats[i].type != b->mats[i].type) raise(msg::illegal_data_type);
-        if (a->mats[i].nrow != b->mats[i].nrow || a->mats[i].ncol != b->mats[i].ncol)
-            raise(msg::array_size_mismatch);
+        if (a->mats[i].nrow != b->mats[i].nrow || a->mats[i].ncol != b->mats[i].ncol) raise(msg::array_size_mismatch);
     }
 }
 

@@ -81,8 +81,8 @@ MUTILS_API void matuniv_wrap_matrix(_univ_mat* m, void* typed, _mutil_data_type 
 /// messages are in the file description.
 MUTILS_API void matset_malloc(_mat_set* s, int32_t ndim, const int32_t* dims);
 MUTILS_API void matset_malloc_matrices(_mat_set* s, int32_t nrow, int32_t ncol, _mutil_data_type type);
-MUTILS_API void matset_malloc_matrices_arbitrary_size(_mat_set* s, const _sint32_mat* nrows,
-                                                      const _sint32_mat* ncols, _mutil_data_type type);
+MUTILS_API void matset_malloc_matrices_arbitrary_size(_mat_set* s, const _sint32_mat* nrows, const _sint32_mat* ncols,
+                                                      _mutil_data_type type);
 /// Changes only the shape of the set: ndim < 1 raises "Illegal data value"; an extent below 1
 /// or a product other than nmat raises "array size mismatch".
 MUTILS_API void matset_resize(int32_t ndim, const int32_t* dims, _mat_set* s);

@@ -24,8 +24,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             }
         }
     } catch (const cli::Failure&) {
-    } catch (const Hux::Error&) {
-    }
+    } catch (const Hux::Error&) {}
     std::fclose(f);
     return 0;
 }

@@ -12,8 +12,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         try {
             cli::load(path);
         } catch (const cli::Failure&) {
-        } catch (const Hux::Error&) {
-        }
+        } catch (const Hux::Error&) {}
     }
     std::remove(path.c_str());
     return 0;

@@ -14,8 +14,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         _mat_set s;
         try {
             mutils::imgset_read_tiff(wide.c_str(), nullptr, &s);
-        } catch (const Hux::Error&) {
-        }
+        } catch (const Hux::Error&) {}
     }
     std::remove(path.c_str());
     return 0;

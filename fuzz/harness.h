@@ -19,8 +19,7 @@ template <class F> void with_stream(const uint8_t* data, size_t size, F&& body) 
     if (!f) return;
     try {
         body(f);
-    } catch (const Hux::Error&) {
-    }
+    } catch (const Hux::Error&) {}
     std::fclose(f);
 }
 

@@ -95,8 +95,7 @@ const char* to_grayscale(const _mat_set* rgb, void* intrp, _univ_mat* gray) {
                 luma_thousandths<MUTILS_T(t)>(rgb, off, n, v);
                 return nullptr;
             });
-            for (int64_t i = 0; i < n; ++i)
-                v[i] = integer_result ? std::floor((v[i] + 500.0) / 1000.0) : v[i] / 1000.0;
+            for (int64_t i = 0; i < n; ++i) v[i] = integer_result ? std::floor((v[i] + 500.0) / 1000.0) : v[i] / 1000.0;
         } else {
             for (int i = 0; i < 3; ++i) read_run(rgb->mats[i], off, n, v + i * kRun);
             for (int64_t i = 0; i < n; ++i) v[i] = 0.299 * v[i] + 0.587 * v[kRun + i] + 0.114 * v[2 * kRun + i];
@@ -303,7 +302,8 @@ double rgb_scale(int32_t type) {
     switch (type) {
         case MUTIL_UINT8: return 255;
         case MUTIL_UINT16: return 65535;
-        case MUTIL_FLOAT: case MUTIL_DOUBLE: return 1;
+        case MUTIL_FLOAT:
+        case MUTIL_DOUBLE: return 1;
         default: return 0;
     }
 }

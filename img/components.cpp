@@ -16,9 +16,8 @@ void finish_labels(RunSet& rs, uint32_t min_size, uint32_t*& lab, uint32_t* coun
     *count = regions + 1;
 }
 
-template <class T>
-const char* components(const mat_t<T>* image, int32_t connectivity, T value, uint32_t min_size,
-                       _uint32_mat* labels, uint32_t* count) {
+template <class T> const char* components(const mat_t<T>* image, int32_t connectivity, T value, uint32_t min_size,
+                                          _uint32_mat* labels, uint32_t* count) {
     validate(image);
     validate(labels);
     MUTILS_TRY(require_same_size(image, labels));
@@ -67,8 +66,8 @@ const char* components_3d(const _mat_set* images, T value, uint32_t min_size, _m
 
 using namespace detail;
 
-const char* imgu8_connected_components(const _uint8_mat* a, _img_connected_type k, unsigned char v, uint32_t m,
-                                       void*, _uint32_mat* l, uint32_t* n) {
+const char* imgu8_connected_components(const _uint8_mat* a, _img_connected_type k, unsigned char v, uint32_t m, void*,
+                                       _uint32_mat* l, uint32_t* n) {
     return components<unsigned char>(a, k, v, m, l, n);
 }
 const char* imgs16_connected_components(const _sint16_mat* a, _img_connected_type k, int16_t v, uint32_t m, void*,
@@ -84,8 +83,8 @@ const char* imgdbl_connected_components(const _double_mat* a, _img_connected_typ
     return components<double>(a, k, v, m, l, n);
 }
 
-const char* imguniv_connected_components(const _univ_mat* a, _img_connected_type k, _univ_scalar v, uint32_t m,
-                                         void*, _univ_mat* l, uint32_t* n) {
+const char* imguniv_connected_components(const _univ_mat* a, _img_connected_type k, _univ_scalar v, uint32_t m, void*,
+                                         _univ_mat* l, uint32_t* n) {
     if (!a || !l) return msg::null_pointer;
     if (l->type != MUTIL_UINT32 || v.type != a->type) return msg::illegal_data_type;
     _uint32_mat* labels = as<uint32_t>(l);

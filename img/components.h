@@ -43,10 +43,7 @@
 namespace mutils {
 
 /// Neighbourhood of the two-dimensional labelling: 0 four neighbours, anything else eight.
-enum _img_connected_type : int32_t {
-    IMG_CONNECT_FOUR = 0,
-    IMG_CONNECT_EIGHT = 1
-};
+enum _img_connected_type : int32_t { IMG_CONNECT_FOUR = 0, IMG_CONNECT_EIGHT = 1 };
 
 /// @{
 /// `connected_components`, `connected_components_3d` for each element type declared here; the contract, element

@@ -49,14 +49,14 @@ inline void clear_tails(BitImage& b) {
 
 #if MUTILS_BITS_AVX2
 /// u8 rows: 32 comparisons and one movemask per half word.
-__attribute__((target("avx2"))) inline void pack_u8_avx2(const unsigned char* p, int32_t full_words,
-                                                         unsigned char fg, bitword* out) {
+__attribute__((target("avx2"))) inline void pack_u8_avx2(const unsigned char* p, int32_t full_words, unsigned char fg,
+                                                         bitword* out) {
     const __m256i f = _mm256_set1_epi8(static_cast<char>(fg));
     for (int32_t k = 0; k < full_words; ++k, p += 64) {
-        uint32_t lo = uint32_t(_mm256_movemask_epi8(
-            _mm256_cmpeq_epi8(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)), f)));
-        uint32_t hi = uint32_t(_mm256_movemask_epi8(
-            _mm256_cmpeq_epi8(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p + 32)), f)));
+        uint32_t lo = uint32_t(
+            _mm256_movemask_epi8(_mm256_cmpeq_epi8(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)), f)));
+        uint32_t hi = uint32_t(
+            _mm256_movemask_epi8(_mm256_cmpeq_epi8(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p + 32)), f)));
         out[k] = bitword(lo) | bitword(hi) << 32;
     }
 }
@@ -64,8 +64,8 @@ __attribute__((target("avx2"))) inline void pack_u8_avx2(const unsigned char* p,
 /// u8 rows: each 32-bit half word selects fg or bg for 32 bytes.
 __attribute__((target("avx2"))) inline void unpack_u8_avx2(const bitword* in, int32_t full_words, unsigned char fg,
                                                            unsigned char bg, unsigned char* p) {
-    const __m256i spread = _mm256_setr_epi8(0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1, 1, 1, 1, 1, 2, 2, 2, 2, 2, 2, 2, 2,
-                                            3, 3, 3, 3, 3, 3, 3, 3);
+    const __m256i spread = _mm256_setr_epi8(0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1, 1, 1, 1, 1, 2, 2, 2, 2, 2, 2, 2, 2, 3,
+                                            3, 3, 3, 3, 3, 3, 3);
     const __m256i bit = _mm256_set1_epi64x(int64_t(0x8040201008040201ull));
     const __m256i f = _mm256_set1_epi8(static_cast<char>(fg)), b = _mm256_set1_epi8(static_cast<char>(bg));
     for (int32_t k = 0; k < full_words; ++k, p += 64) {
@@ -113,7 +113,9 @@ template <class T> void unpack_bits(const BitImage& b, T fg, T bg, T* img) {
     if constexpr (std::is_same_v<T, unsigned char> && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__) {
         // Each byte of a word expands to eight 0x00 / 0xFF bytes that select fg or bg.
         static const auto expand = [] {
-            struct Table { uint64_t v[256]; } t{};
+            struct Table {
+                uint64_t v[256];
+            } t{};
             for (int i = 0; i < 256; ++i)
                 for (int k = 0; k < 8; ++k)
                     if (i >> k & 1) t.v[i] |= uint64_t(0xFF) << (8 * k);
@@ -160,8 +162,12 @@ inline bitword bits_at(const bitword* row, int32_t words, int64_t k, int64_t d) 
     return v;
 }
 
-struct BitAnd { static bitword apply(bitword a, bitword b) { return a & b; } };
-struct BitOr { static bitword apply(bitword a, bitword b) { return a | b; } };
+struct BitAnd {
+    static bitword apply(bitword a, bitword b) { return a & b; }
+};
+struct BitOr {
+    static bitword apply(bitword a, bitword b) { return a | b; }
+};
 
 /// acc[k] = acc[k] op (src shifted so that acc's column x meets src's column x + d), for the
 /// `words` words of acc; src has `src_words` words (bits outside them read 0).

@@ -50,8 +50,10 @@ struct RunSet {
     void unite(uint32_t a, uint32_t b) {
         a = find(a);
         b = find(b);
-        if (a < b) parent[b] = a;
-        else if (b < a) parent[a] = b;
+        if (a < b)
+            parent[b] = a;
+        else if (b < a)
+            parent[a] = b;
     }
 };
 

@@ -53,8 +53,10 @@ const char* chamfer(const mat_t<T>* a, T value, W o, W d, W start, Poll& poll, _
     // The row being worked: the result row itself (double), else the buffer not holding the
     // neighbouring row.
     auto work_row = [&](int64_t y, const W* neighbour) -> W* {
-        if constexpr (std::is_same_v<W, double>) return r->data + y * cols;
-        else return neighbour == buf[0] ? buf[1] : buf[0];
+        if constexpr (std::is_same_v<W, double>)
+            return r->data + y * cols;
+        else
+            return neighbour == buf[0] ? buf[1] : buf[0];
     };
     W* above = nullptr;
     for (int64_t y = 0; y < rows; ++y) {
@@ -179,9 +181,9 @@ using namespace detail;
 #define MUTILS_SHAPE(CODE, T)                                                                                 \
     const char* img##CODE##_transform_distance(const mat_t<T>* a, _img_distance_type m, T value, void* intrp, \
                                                _double_mat* r) {                                              \
-        return transform_distance<T>(a, m, value, intrp, r);                                                 \
+        return transform_distance<T>(a, m, value, intrp, r);                                                  \
     }                                                                                                         \
-    const char* img##CODE##_convex_hull(const mat_t<T>* a, T value, void* intrp, mat_t<T>* r) {              \
+    const char* img##CODE##_convex_hull(const mat_t<T>* a, T value, void* intrp, mat_t<T>* r) {               \
         return convex_hull<T>(a, value, intrp, r);                                                            \
     }
 MUTILS_SHAPE(dbl, double)
@@ -202,11 +204,12 @@ const char* imguniv_transform_distance(const _univ_mat* a, _img_distance_type m,
 }
 
 const char* imguniv_convex_hull(const _univ_mat* a, _univ_scalar value, void* intrp, _univ_mat* r) {
-    return univ_call(types<unsigned char, uint16_t, double>{}, with(a, r), [&](auto t, auto* ta, auto* tr) -> const char* {
-        using T = MUTILS_T(t);
-        if (value.type != elem<T>::tag) return msg::illegal_data_type;
-        return convex_hull<T>(ta, scalar_get<T>(value), intrp, tr);
-    });
+    return univ_call(types<unsigned char, uint16_t, double>{}, with(a, r),
+                     [&](auto t, auto* ta, auto* tr) -> const char* {
+                         using T = MUTILS_T(t);
+                         if (value.type != elem<T>::tag) return msg::illegal_data_type;
+                         return convex_hull<T>(ta, scalar_get<T>(value), intrp, tr);
+                     });
 }
 
 }  // namespace mutils
@@ -215,5 +218,5 @@ MUTILS_PLAIN(imguniv_transform_distance,
              (const mutils::_univ_mat* a, mutils::_img_distance_type m, mutils::_univ_scalar v, void* i,
               mutils::_univ_mat* r),
              (a, m, v, i, r))
-MUTILS_PLAIN(imguniv_convex_hull,
-             (const mutils::_univ_mat* a, mutils::_univ_scalar v, void* i, mutils::_univ_mat* r), (a, v, i, r))
+MUTILS_PLAIN(imguniv_convex_hull, (const mutils::_univ_mat* a, mutils::_univ_scalar v, void* i, mutils::_univ_mat* r),
+             (a, v, i, r))

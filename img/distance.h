@@ -59,21 +59,20 @@ enum _img_distance_type : int32_t {
 /// file description.
 MUTILS_API const char* imgdbl_transform_distance(const _double_mat* image, _img_distance_type metric, double value,
                                                  void* intrp_ptr, _double_mat* result);
-MUTILS_API const char* imgu8_transform_distance(const _uint8_mat* image, _img_distance_type metric,
-                                                unsigned char value, void* intrp_ptr, _double_mat* result);
+MUTILS_API const char* imgu8_transform_distance(const _uint8_mat* image, _img_distance_type metric, unsigned char value,
+                                                void* intrp_ptr, _double_mat* result);
 MUTILS_API const char* imgu16_transform_distance(const _uint16_mat* image, _img_distance_type metric, uint16_t value,
                                                  void* intrp_ptr, _double_mat* result);
 MUTILS_API const char* imgs32_transform_distance(const _sint32_mat* image, _img_distance_type metric, int32_t value,
                                                  void* intrp_ptr, _double_mat* result);
-MUTILS_API const char* imguniv_transform_distance(const _univ_mat* image, _img_distance_type metric,
-                                                  _univ_scalar value, void* intrp_ptr, _univ_mat* result);
+MUTILS_API const char* imguniv_transform_distance(const _univ_mat* image, _img_distance_type metric, _univ_scalar value,
+                                                  void* intrp_ptr, _univ_mat* result);
 /// @}
 
 /// @{
 /// `convex_hull` for each element type declared here; the contract, element types and messages are in the file
 /// description.
-MUTILS_API const char* imgdbl_convex_hull(const _double_mat* image, double value, void* intrp_ptr,
-                                          _double_mat* result);
+MUTILS_API const char* imgdbl_convex_hull(const _double_mat* image, double value, void* intrp_ptr, _double_mat* result);
 MUTILS_API const char* imgs32_convex_hull(const _sint32_mat* image, int32_t value, void* intrp_ptr,
                                           _sint32_mat* result);
 MUTILS_API const char* imgu8_convex_hull(const _uint8_mat* image, unsigned char value, void* intrp_ptr,

@@ -112,8 +112,8 @@ const char* nonmaxima(const _double_mat* vert, const _double_mat* horiz, void* i
             } else {
                 const double d = v / h, ad = std::fabs(d);
                 const int64_t s = d > 0 ? 1 : d < 0 ? -1 : 0;
-                const double* side = s > 0 ? down : s < 0 ? up : mid;    // row r + s
-                const double* other = s > 0 ? up : s < 0 ? down : mid;   // row r - s
+                const double* side = s > 0 ? down : s < 0 ? up : mid;   // row r + s
+                const double* other = s > 0 ? up : s < 0 ? down : mid;  // row r - s
                 a = mid[c + 1] * (1 - ad) + side[c + 1] * ad;
                 b = mid[c - 1] * (1 - ad) + other[c - 1] * ad;
             }
@@ -154,9 +154,8 @@ inline bool any_bit(const bitword* row, int32_t s, int32_t e) {
     return false;
 }
 
-template <class T>
-void write_binary(const RunSet& rs, const unsigned char* keep, const int64_t* row_first, int64_t nrow, int64_t ncol,
-                  T fg, T bg, T* out) {
+template <class T> void write_binary(const RunSet& rs, const unsigned char* keep, const int64_t* row_first,
+                                     int64_t nrow, int64_t ncol, T fg, T bg, T* out) {
     for (int64_t r = 0; r < nrow; ++r) {
         T* o = out + r * ncol;
         std::fill(o, o + ncol, bg);
@@ -165,8 +164,8 @@ void write_binary(const RunSet& rs, const unsigned char* keep, const int64_t* ro
     }
 }
 
-const char* hysteresis(const _univ_mat* image, double low, double high, const _univ_scalar& fg,
-                       const _univ_scalar& bg, void* intrp, _univ_mat* result) {
+const char* hysteresis(const _univ_mat* image, double low, double high, const _univ_scalar& fg, const _univ_scalar& bg,
+                       void* intrp, _univ_mat* result) {
     if (!result || result->type != fg.type || result->type != bg.type) return msg::illegal_data_type;
     if (!image) return msg::null_pointer;
     validate_univ(image);
@@ -258,8 +257,8 @@ MUTILS_CLONES void squared_sum(const double* v, const double* h, double* s, int6
     for (int64_t i = 0; i < n; ++i) s[i] = v[i] * v[i] + h[i] * h[i];
 }
 
-const char* sobel_edges(const _univ_mat* image, double low, double high, const _univ_scalar& fg,
-                        const _univ_scalar& bg, void* intrp, _univ_mat* result) {
+const char* sobel_edges(const _univ_mat* image, double low, double high, const _univ_scalar& fg, const _univ_scalar& bg,
+                        void* intrp, _univ_mat* result) {
     if (!image || !result) return msg::null_pointer;
     if (low <= 0 || high < low) return msg::illegal_data_value;  // a NaN low passes, as in hysteresis
     validate_univ(image);
@@ -299,10 +298,11 @@ const char* imgdbl_edge_nonmaxima_suppress(const _double_mat* v, const _double_m
     return nonmaxima(v, h, i, r);
 }
 const char* imguniv_edge_nonmaxima_suppress(const _univ_mat* v, const _univ_mat* h, void* i, _univ_mat* r) {
-    return univ_call(types<double>{}, with(v, h, r), [&](auto, auto* tv, auto* th, auto* tr) { return nonmaxima(tv, th, i, tr); });
+    return univ_call(types<double>{}, with(v, h, r),
+                     [&](auto, auto* tv, auto* th, auto* tr) { return nonmaxima(tv, th, i, tr); });
 }
-const char* imguniv_threshold_hysteresis(const _univ_mat* a, double low, double high, _univ_scalar fg,
-                                         _univ_scalar bg, void* i, _univ_mat* r) {
+const char* imguniv_threshold_hysteresis(const _univ_mat* a, double low, double high, _univ_scalar fg, _univ_scalar bg,
+                                         void* i, _univ_mat* r) {
     return hysteresis(a, low, high, fg, bg, i, r);
 }
 const char* imguniv_edge_canny(const _univ_mat* a, double sigma, double low, double high, _univ_scalar fg,

@@ -15,12 +15,8 @@ namespace mutils {
 namespace detail {
 namespace {
 
-template <class T, bool = std::is_integral_v<T>> struct Accumulate {
-    using type = double;
-};
-template <class T> struct Accumulate<T, true> {
-    using type = wrap_t<T>;
-};
+template <class T, bool = std::is_integral_v<T>> struct Accumulate { using type = double; };
+template <class T> struct Accumulate<T, true> { using type = wrap_t<T>; };
 
 template <class T> MUTILS_CLONES void mac_row(typename Accumulate<T>::type* acc, T w, const T* d, int64_t n) {
     using A = typename Accumulate<T>::type;
@@ -69,9 +65,8 @@ const char* filter(const mat_t<T>* d, const mat_t<T>* k, int32_t boundary, void*
     return nullptr;
 }
 
-template <bool Flip>
-const char* filter_univ(const _univ_mat* image, const _univ_mat* kernel, int32_t boundary, void* intrp,
-                        _univ_mat* result) {
+template <bool Flip> const char* filter_univ(const _univ_mat* image, const _univ_mat* kernel, int32_t boundary,
+                                             void* intrp, _univ_mat* result) {
     if (!image || !kernel || !result) return msg::null_pointer;
     validate_univ(image);
     validate_univ(kernel);
@@ -96,8 +91,7 @@ const char* filter_univ(const _univ_mat* image, const _univ_mat* kernel, int32_t
 const char* imguniv_convolve(const _univ_mat* a, const _univ_mat* k, _mutil_boundary_type b, void* i, _univ_mat* r) {
     return detail::filter_univ<true>(a, k, b, i, r);
 }
-const char* imguniv_correlate(const _univ_mat* a, const _univ_mat* k, _mutil_boundary_type b, void* i,
-                              _univ_mat* r) {
+const char* imguniv_correlate(const _univ_mat* a, const _univ_mat* k, _mutil_boundary_type b, void* i, _univ_mat* r) {
     return detail::filter_univ<false>(a, k, b, i, r);
 }
 
@@ -116,9 +110,8 @@ namespace {
 
 /// The checks every window filter makes, in order: records (raising), the result's size, the
 /// window, the boundary rule (`mean_rules`: 0 and 3 only), the filter's own parameter, storage.
-template <class T, class R>
-const char* check_window(const mat_t<T>* image, int32_t wr, int32_t wc, int32_t boundary, bool mean_rules,
-                         bool parameter_ok, const R* result) {
+template <class T, class R> const char* check_window(const mat_t<T>* image, int32_t wr, int32_t wc, int32_t boundary,
+                                                     bool mean_rules, bool parameter_ok, const R* result) {
     validate(image);
     validate(result);
     MUTILS_TRY(require_same_size(image, result));
@@ -176,8 +169,7 @@ template <class T, class A> MUTILS_CLONES void add_row(const T* x, A w, A shift,
 }
 
 /// v += x_in - x_out (and the same for the squares about `shift`): one window row replaced.
-template <class T, class A>
-MUTILS_CLONES void swap_row(const T* in, const T* out, A shift, int64_t n, A* v, A* v2) {
+template <class T, class A> MUTILS_CLONES void swap_row(const T* in, const T* out, A shift, int64_t n, A* v, A* v2) {
     if (v2) {
         for (int64_t c = 0; c < n; ++c) {
             const A a = A(in[c]) - shift, b = A(out[c]) - shift;
@@ -198,8 +190,14 @@ MUTILS_CLONES void swap_row(const T* in, const T* out, A shift, int64_t n, A* v,
 template <class T, class A = double> class BoxSums {
 public:
     BoxSums(const mat_t<T>* image, int64_t wr, int64_t wc, int32_t boundary, A shift, bool squares)
-        : m_x(image->data), m_nrow(image->nrow), m_ncol(image->ncol), m_before(window_before(wr)),
-          m_after(window_after(wr)), m_bc(window_before(wc)), m_ac(window_after(wc)), m_boundary(boundary),
+        : m_x(image->data),
+          m_nrow(image->nrow),
+          m_ncol(image->ncol),
+          m_before(window_before(wr)),
+          m_after(window_after(wr)),
+          m_bc(window_before(wc)),
+          m_ac(window_after(wc)),
+          m_boundary(boundary),
           m_shift(shift) {
         const int64_t n = m_ncol;
         m_v = work_array_zero<A>(n);
@@ -313,12 +311,12 @@ const char* box_means(const mat_t<T>* image, int32_t wr, int32_t wc, int32_t bou
 }
 
 template <class T>
-const char* local_mean(const mat_t<T>* image, int32_t wr, int32_t wc, int32_t boundary, void* intrp,
-                       mat_t<T>* result) {
+const char* local_mean(const mat_t<T>* image, int32_t wr, int32_t wc, int32_t boundary, void* intrp, mat_t<T>* result) {
     MUTILS_TRY(check_window<T>(image, wr, wc, boundary, true, true, result));
     Hux::ArenaScope scope;
     if constexpr (std::is_integral_v<T> && sizeof(T) <= 2) {
-        const double largest = std::max(-double(std::numeric_limits<T>::lowest()), double(std::numeric_limits<T>::max()));
+        const double largest =
+            std::max(-double(std::numeric_limits<T>::lowest()), double(std::numeric_limits<T>::max()));
         if (largest * double(wr) * double(wc) < 2147483648.0)
             return box_means<T, uint32_t>(image, wr, wc, boundary, intrp, result);
     }
@@ -328,9 +326,8 @@ const char* local_mean(const mat_t<T>* image, int32_t wr, int32_t wc, int32_t bo
 /// The local mean (into mu unless null) and population variance (into var) of every pixel,
 /// computed on the values less the image mean (rounded down for integer images, which keeps
 /// their sums exact) so that a large offset does not cancel; the variance is clamped at 0.
-template <class T>
-const char* local_statistics(const mat_t<T>* image, int64_t wr, int64_t wc, int32_t boundary, Poll& poll, double* mu,
-                             double* var) {
+template <class T> const char* local_statistics(const mat_t<T>* image, int64_t wr, int64_t wc, int32_t boundary,
+                                                Poll& poll, double* mu, double* var) {
     const int64_t nrow = image->nrow, ncol = image->ncol;
     double total = 0;
     for (int64_t i = 0; i < image->nelem; ++i) total += double(image->data[i]);
@@ -351,18 +348,16 @@ const char* local_statistics(const mat_t<T>* image, int64_t wr, int64_t wc, int3
     return nullptr;
 }
 
-template <class T>
-const char* local_variance(const mat_t<T>* image, int32_t wr, int32_t wc, int32_t boundary, void* intrp,
-                           _double_mat* result) {
+template <class T> const char* local_variance(const mat_t<T>* image, int32_t wr, int32_t wc, int32_t boundary,
+                                              void* intrp, _double_mat* result) {
     MUTILS_TRY(check_window<T>(image, wr, wc, boundary, true, true, result));
     Hux::ArenaScope scope;
     Poll poll(intrp);
     return local_statistics<T>(image, wr, wc, boundary, poll, nullptr, result->data);
 }
 
-template <class T>
-const char* wiener(const mat_t<T>* image, int32_t wr, int32_t wc, double noise, int32_t boundary, void* intrp,
-                   mat_t<T>* result) {
+template <class T> const char* wiener(const mat_t<T>* image, int32_t wr, int32_t wc, double noise, int32_t boundary,
+                                      void* intrp, mat_t<T>* result) {
     MUTILS_TRY(check_window<T>(image, wr, wc, boundary, true, std::isfinite(noise), result));
     Hux::ArenaScope scope;
     const int64_t n = image->nelem;
@@ -485,9 +480,8 @@ template <class T> MUTILS_CLONES void interpolate_run(const T* a, const T* b, do
     for (int64_t i = 0; i < n; ++i) out[i] = store<T>(double(a[i]) + frac * (double(b[i]) - double(a[i])));
 }
 
-template <class T>
-const char* quantile_network(const mat_t<T>* image, int64_t wr, int64_t wc, Rank k, int32_t boundary, Poll& poll,
-                             mat_t<T>* result) {
+template <class T> const char* quantile_network(const mat_t<T>* image, int64_t wr, int64_t wc, Rank k, int32_t boundary,
+                                                Poll& poll, mat_t<T>* result) {
     const int64_t nrow = image->nrow, ncol = image->ncol, n = wr * wc;
     PaddedImage<T> pad(image->data, nrow, ncol, wc, boundary);
     if (wr == 3 && wc == 3 && k.frac == 0) {
@@ -513,8 +507,10 @@ const char* quantile_network(const mat_t<T>* image, int64_t wr, int64_t wc, Rank
             for (int64_t i = 0; i < ncomp; ++i)
                 compare_exchange(strip + pairs[2 * i] * kStrip, strip + pairs[2 * i + 1] * kStrip, len);
             const T* a = strip + k.k0 * kStrip;
-            if (k.frac == 0) std::copy(a, a + len, out + c0);
-            else interpolate_run(a, strip + k.k1 * kStrip, k.frac, len, out + c0);
+            if (k.frac == 0)
+                std::copy(a, a + len, out + c0);
+            else
+                interpolate_run(a, strip + k.k1 * kStrip, k.frac, len, out + c0);
         }
         MUTILS_TRY(poll.add(double(ncol) * double(n + ncomp)));
     }
@@ -617,13 +613,14 @@ struct TreeCounts {
 
 /// Orders floating values with NaN after every number (and equal to itself); integers as usual.
 template <class T> inline bool before(T a, T b) {
-    if constexpr (std::is_floating_point_v<T>) return !std::isnan(a) && (std::isnan(b) || a < b);
-    else return a < b;
+    if constexpr (std::is_floating_point_v<T>)
+        return !std::isnan(a) && (std::isnan(b) || a < b);
+    else
+        return a < b;
 }
 
-template <class T>
-const char* quantile(const mat_t<T>* image, int32_t wr, int32_t wc, double q, int32_t boundary, void* intrp,
-                     mat_t<T>* result) {
+template <class T> const char* quantile(const mat_t<T>* image, int32_t wr, int32_t wc, double q, int32_t boundary,
+                                        void* intrp, mat_t<T>* result) {
     MUTILS_TRY(check_window<T>(image, wr, wc, boundary, false, q >= 0 && q <= 1, result));
     Hux::ArenaScope scope;
     Poll poll(intrp);
@@ -632,16 +629,17 @@ const char* quantile(const mat_t<T>* image, int32_t wr, int32_t wc, double q, in
     if (n <= kNetworkMax) return quantile_network<T>(image, wr, wc, k, boundary, poll, result);
     if constexpr (std::is_same_v<T, unsigned char>) {
         ByteHistogram h;
-        return quantile_histogram<T>(image->data, image, wr, wc, k, boundary, (unsigned char)0, h,
-                                     [](int64_t v) { return (unsigned char)v; }, poll, result);
+        return quantile_histogram<T>(
+            image->data, image, wr, wc, k, boundary, (unsigned char)0, h, [](int64_t v) { return (unsigned char)v; },
+            poll, result);
     } else if constexpr (sizeof(T) == 2) {
         // 16-bit values are their own codes (signed ones offset by 32768).
         constexpr int32_t offset = std::is_signed_v<T> ? 32768 : 0;
         int32_t* codes = work_array<int32_t>(count);
         for (int64_t i = 0; i < count; ++i) codes[i] = int32_t(image->data[i]) + offset;
         TreeCounts t{CodeCounts(65536)};
-        return quantile_histogram<T>(codes, image, wr, wc, k, boundary, offset, t,
-                                     [](int64_t c) { return T(c - offset); }, poll, result);
+        return quantile_histogram<T>(
+            codes, image, wr, wc, k, boundary, offset, t, [](int64_t c) { return T(c - offset); }, poll, result);
     } else {
         // Other types: codes are ranks among the image's distinct values (and 0, which rule 0 reads).
         T* values = work_array<T>(count + 1);
@@ -656,8 +654,8 @@ const char* quantile(const mat_t<T>* image, int32_t wr, int32_t wc, double q, in
         const int32_t zero = int32_t(std::lower_bound(values, values + distinct, T(0), before<T>) - values);
         MUTILS_TRY(poll.add(double(count) * std::log2(double(count) + 1)));
         TreeCounts t{CodeCounts(distinct)};
-        return quantile_histogram<T>(codes, image, wr, wc, k, boundary, zero, t, [values](int64_t c) { return values[c]; },
-                                     poll, result);
+        return quantile_histogram<T>(
+            codes, image, wr, wc, k, boundary, zero, t, [values](int64_t c) { return values[c]; }, poll, result);
     }
 }
 
@@ -682,19 +680,19 @@ template <class F> const char* univ_window(const _univ_mat* image, void* intrp, 
 using namespace detail;
 using B = _mutil_boundary_type;
 
-#define MUTILS_WINDOW_FILTERS(CODE, T, REC)                                                                        \
-    const char* img##CODE##_filter_local_mean(const REC* a, int32_t wr, int32_t wc, B b, void* i, REC* r) {          \
-        return local_mean<T>(a, wr, wc, b, i, r);                                                                  \
-    }                                                                                                              \
+#define MUTILS_WINDOW_FILTERS(CODE, T, REC)                                                                         \
+    const char* img##CODE##_filter_local_mean(const REC* a, int32_t wr, int32_t wc, B b, void* i, REC* r) {         \
+        return local_mean<T>(a, wr, wc, b, i, r);                                                                   \
+    }                                                                                                               \
     const char* img##CODE##_filter_local_variance(const REC* a, int32_t wr, int32_t wc, B b, void* i,               \
-                                                  _double_mat* r) {                                                \
-        return local_variance<T>(a, wr, wc, b, i, r);                                                              \
-    }                                                                                                              \
+                                                  _double_mat* r) {                                                 \
+        return local_variance<T>(a, wr, wc, b, i, r);                                                               \
+    }                                                                                                               \
     const char* img##CODE##_filter_wiener(const REC* a, int32_t wr, int32_t wc, double nu, B b, void* i, REC* r) {  \
-        return wiener<T>(a, wr, wc, nu, b, i, r);                                                                  \
-    }                                                                                                              \
+        return wiener<T>(a, wr, wc, nu, b, i, r);                                                                   \
+    }                                                                                                               \
     const char* img##CODE##_filter_quantile(const REC* a, int32_t wr, int32_t wc, double q, B b, void* i, REC* r) { \
-        return quantile<T>(a, wr, wc, q, b, i, r);                                                                 \
+        return quantile<T>(a, wr, wc, q, b, i, r);                                                                  \
     }
 MUTILS_WINDOW_FILTERS(u8, unsigned char, _uint8_mat)
 MUTILS_WINDOW_FILTERS(u16, uint16_t, _uint16_mat)
@@ -703,18 +701,21 @@ MUTILS_WINDOW_FILTERS(dbl, double, _double_mat)
 #undef MUTILS_WINDOW_FILTERS
 
 const char* imguniv_filter_local_mean(const _univ_mat* a, int32_t wr, int32_t wc, B b, void* i, _univ_mat* r) {
-    return univ_window(a, i, r, [&](auto t, auto* ta, auto* tr) { return local_mean<MUTILS_T(t)>(ta, wr, wc, b, i, tr); });
+    return univ_window(a, i, r,
+                       [&](auto t, auto* ta, auto* tr) { return local_mean<MUTILS_T(t)>(ta, wr, wc, b, i, tr); });
 }
 const char* imguniv_filter_local_variance(const _univ_mat* a, int32_t wr, int32_t wc, B b, void* i, _univ_mat* r) {
-    return univ_call(real_types{}, [&](auto t, auto* ta, auto* tr) {
-        return local_variance<MUTILS_T(t)>(ta, wr, wc, b, i, tr);
-    }, a, fixed<double>(r));
+    return univ_call(
+        real_types{}, [&](auto t, auto* ta, auto* tr) { return local_variance<MUTILS_T(t)>(ta, wr, wc, b, i, tr); }, a,
+        fixed<double>(r));
 }
 const char* imguniv_filter_wiener(const _univ_mat* a, int32_t wr, int32_t wc, double nu, B b, void* i, _univ_mat* r) {
-    return univ_window(a, i, r, [&](auto t, auto* ta, auto* tr) { return wiener<MUTILS_T(t)>(ta, wr, wc, nu, b, i, tr); });
+    return univ_window(a, i, r,
+                       [&](auto t, auto* ta, auto* tr) { return wiener<MUTILS_T(t)>(ta, wr, wc, nu, b, i, tr); });
 }
 const char* imguniv_filter_quantile(const _univ_mat* a, int32_t wr, int32_t wc, double q, B b, void* i, _univ_mat* r) {
-    return univ_window(a, i, r, [&](auto t, auto* ta, auto* tr) { return quantile<MUTILS_T(t)>(ta, wr, wc, q, b, i, tr); });
+    return univ_window(a, i, r,
+                       [&](auto t, auto* ta, auto* tr) { return quantile<MUTILS_T(t)>(ta, wr, wc, q, b, i, tr); });
 }
 
 }  // namespace mutils

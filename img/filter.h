@@ -38,8 +38,8 @@ namespace mutils {
 /// file description.
 MUTILS_API const char* imguniv_convolve(const _univ_mat* image, const _univ_mat* kernel, _mutil_boundary_type boundary,
                                         void* intrp_ptr, _univ_mat* result);
-MUTILS_API const char* imguniv_correlate(const _univ_mat* image, const _univ_mat* kernel,
-                                         _mutil_boundary_type boundary, void* intrp_ptr, _univ_mat* result);
+MUTILS_API const char* imguniv_correlate(const _univ_mat* image, const _univ_mat* kernel, _mutil_boundary_type boundary,
+                                         void* intrp_ptr, _univ_mat* result);
 /// @}
 
 /// @{
@@ -96,14 +96,14 @@ MUTILS_API const char* imguniv_correlate(const _univ_mat* image, const _univ_mat
 ///     mutils::imgu8_filter_quantile(&img, 3, 3, 0.5, mutils::MUTIL_BOUNDARY_CONTINUE, nullptr, &median);
 ///     mutils::imguniv_filter_wiener(&noisy, 5, 5, -1.0, mutils::MUTIL_BOUNDARY_ZERO, nullptr, &restored);
 MUTILS_API const char* imgu8_filter_local_mean(const _uint8_mat* image, int32_t win_rows, int32_t win_cols,
-                                                _mutil_boundary_type boundary, void* intrp_ptr, _uint8_mat* result);
+                                               _mutil_boundary_type boundary, void* intrp_ptr, _uint8_mat* result);
 MUTILS_API const char* imgu8_filter_local_variance(const _uint8_mat* image, int32_t win_rows, int32_t win_cols,
-                                                    _mutil_boundary_type boundary, void* intrp_ptr,
-                                                    _double_mat* result);
+                                                   _mutil_boundary_type boundary, void* intrp_ptr, _double_mat* result);
 MUTILS_API const char* imgu8_filter_wiener(const _uint8_mat* image, int32_t win_rows, int32_t win_cols, double noise,
-                                            _mutil_boundary_type boundary, void* intrp_ptr, _uint8_mat* result);
-MUTILS_API const char* imgu8_filter_quantile(const _uint8_mat* image, int32_t win_rows, int32_t win_cols, double quantile,
-                                              _mutil_boundary_type boundary, void* intrp_ptr, _uint8_mat* result);
+                                           _mutil_boundary_type boundary, void* intrp_ptr, _uint8_mat* result);
+MUTILS_API const char* imgu8_filter_quantile(const _uint8_mat* image, int32_t win_rows, int32_t win_cols,
+                                             double quantile, _mutil_boundary_type boundary, void* intrp_ptr,
+                                             _uint8_mat* result);
 MUTILS_API const char* imgu16_filter_local_mean(const _uint16_mat* image, int32_t win_rows, int32_t win_cols,
                                                 _mutil_boundary_type boundary, void* intrp_ptr, _uint16_mat* result);
 MUTILS_API const char* imgu16_filter_local_variance(const _uint16_mat* image, int32_t win_rows, int32_t win_cols,
@@ -111,8 +111,9 @@ MUTILS_API const char* imgu16_filter_local_variance(const _uint16_mat* image, in
                                                     _double_mat* result);
 MUTILS_API const char* imgu16_filter_wiener(const _uint16_mat* image, int32_t win_rows, int32_t win_cols, double noise,
                                             _mutil_boundary_type boundary, void* intrp_ptr, _uint16_mat* result);
-MUTILS_API const char* imgu16_filter_quantile(const _uint16_mat* image, int32_t win_rows, int32_t win_cols, double quantile,
-                                              _mutil_boundary_type boundary, void* intrp_ptr, _uint16_mat* result);
+MUTILS_API const char* imgu16_filter_quantile(const _uint16_mat* image, int32_t win_rows, int32_t win_cols,
+                                              double quantile, _mutil_boundary_type boundary, void* intrp_ptr,
+                                              _uint16_mat* result);
 MUTILS_API const char* imgs32_filter_local_mean(const _sint32_mat* image, int32_t win_rows, int32_t win_cols,
                                                 _mutil_boundary_type boundary, void* intrp_ptr, _sint32_mat* result);
 MUTILS_API const char* imgs32_filter_local_variance(const _sint32_mat* image, int32_t win_rows, int32_t win_cols,
@@ -120,8 +121,9 @@ MUTILS_API const char* imgs32_filter_local_variance(const _sint32_mat* image, in
                                                     _double_mat* result);
 MUTILS_API const char* imgs32_filter_wiener(const _sint32_mat* image, int32_t win_rows, int32_t win_cols, double noise,
                                             _mutil_boundary_type boundary, void* intrp_ptr, _sint32_mat* result);
-MUTILS_API const char* imgs32_filter_quantile(const _sint32_mat* image, int32_t win_rows, int32_t win_cols, double quantile,
-                                              _mutil_boundary_type boundary, void* intrp_ptr, _sint32_mat* result);
+MUTILS_API const char* imgs32_filter_quantile(const _sint32_mat* image, int32_t win_rows, int32_t win_cols,
+                                              double quantile, _mutil_boundary_type boundary, void* intrp_ptr,
+                                              _sint32_mat* result);
 MUTILS_API const char* imgdbl_filter_local_mean(const _double_mat* image, int32_t win_rows, int32_t win_cols,
                                                 _mutil_boundary_type boundary, void* intrp_ptr, _double_mat* result);
 MUTILS_API const char* imgdbl_filter_local_variance(const _double_mat* image, int32_t win_rows, int32_t win_cols,
@@ -129,17 +131,18 @@ MUTILS_API const char* imgdbl_filter_local_variance(const _double_mat* image, in
                                                     _double_mat* result);
 MUTILS_API const char* imgdbl_filter_wiener(const _double_mat* image, int32_t win_rows, int32_t win_cols, double noise,
                                             _mutil_boundary_type boundary, void* intrp_ptr, _double_mat* result);
-MUTILS_API const char* imgdbl_filter_quantile(const _double_mat* image, int32_t win_rows, int32_t win_cols, double quantile,
-                                              _mutil_boundary_type boundary, void* intrp_ptr, _double_mat* result);
+MUTILS_API const char* imgdbl_filter_quantile(const _double_mat* image, int32_t win_rows, int32_t win_cols,
+                                              double quantile, _mutil_boundary_type boundary, void* intrp_ptr,
+                                              _double_mat* result);
 MUTILS_API const char* imguniv_filter_local_mean(const _univ_mat* image, int32_t win_rows, int32_t win_cols,
-                                                _mutil_boundary_type boundary, void* intrp_ptr, _univ_mat* result);
+                                                 _mutil_boundary_type boundary, void* intrp_ptr, _univ_mat* result);
 MUTILS_API const char* imguniv_filter_local_variance(const _univ_mat* image, int32_t win_rows, int32_t win_cols,
-                                                    _mutil_boundary_type boundary, void* intrp_ptr,
-                                                    _univ_mat* result);
+                                                     _mutil_boundary_type boundary, void* intrp_ptr, _univ_mat* result);
 MUTILS_API const char* imguniv_filter_wiener(const _univ_mat* image, int32_t win_rows, int32_t win_cols, double noise,
-                                            _mutil_boundary_type boundary, void* intrp_ptr, _univ_mat* result);
-MUTILS_API const char* imguniv_filter_quantile(const _univ_mat* image, int32_t win_rows, int32_t win_cols, double quantile,
-                                              _mutil_boundary_type boundary, void* intrp_ptr, _univ_mat* result);
+                                             _mutil_boundary_type boundary, void* intrp_ptr, _univ_mat* result);
+MUTILS_API const char* imguniv_filter_quantile(const _univ_mat* image, int32_t win_rows, int32_t win_cols,
+                                               double quantile, _mutil_boundary_type boundary, void* intrp_ptr,
+                                               _univ_mat* result);
 /// @}
 
 }  // namespace mutils

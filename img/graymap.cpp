@@ -175,9 +175,7 @@ template <class T> const char* integer_statistics(const mat_t<T>* a, double* lo,
     const double factor = double(h->nrow) / (*hi - *lo);
     for (int64_t v = first; v <= last; ++v) {
         if (!counts[v]) continue;
-        const int64_t k = v == first  ? 0
-                          : v == last ? h->nrow - 1
-                                      : int64_t(std::ceil((double(v) - *lo) * factor)) - 1;
+        const int64_t k = v == first ? 0 : v == last ? h->nrow - 1 : int64_t(std::ceil((double(v) - *lo) * factor)) - 1;
         if (k >= 0 && k < h->nrow) h->data[k] += counts[v];
     }
     return nullptr;
@@ -195,9 +193,8 @@ const char* double_statistics(const _double_mat* a, void* intrp, double* lo, dou
     return matdbl_histogram(a, *lo, *hi, 1, intrp, h);
 }
 
-template <class T>
-const char* threshold_auto(const mat_t<T>* a, int32_t bins, _img_thresh_type criterion, void* intrp, mat_t<T>* r,
-                           double* threshold) {
+template <class T> const char* threshold_auto(const mat_t<T>* a, int32_t bins, _img_thresh_type criterion, void* intrp,
+                                              mat_t<T>* r, double* threshold) {
     validate(a);
     validate(r);
     MUTILS_TRY(require_same_size(a, r));
@@ -205,8 +202,10 @@ const char* threshold_auto(const mat_t<T>* a, int32_t bins, _img_thresh_type cri
     if (bins < 1) bins = 100;
     _uint32_mat h = work_matrix<uint32_t>(bins, 1);
     double lo, hi;
-    if constexpr (std::is_same_v<T, double>) MUTILS_TRY(double_statistics(a, intrp, &lo, &hi, &h));
-    else MUTILS_TRY(integer_statistics<T>(a, &lo, &hi, &h));
+    if constexpr (std::is_same_v<T, double>)
+        MUTILS_TRY(double_statistics(a, intrp, &lo, &hi, &h));
+    else
+        MUTILS_TRY(integer_statistics<T>(a, &lo, &hi, &h));
     Poll poll(intrp);
     MUTILS_TRY(poll.add(3.0 * double(a->nelem)));
     int64_t k = 0;
@@ -225,9 +224,12 @@ template <class T> const char* invert(const mat_t<T>* a, void* intrp, mat_t<T>* 
     validate(r);
     MUTILS_TRY(require_same_size(a, r));
     T lo{}, hi{};
-    if constexpr (std::is_same_v<T, double>) MUTILS_TRY(matdbl_range(a, intrp, &lo, &hi));
-    else if constexpr (std::is_same_v<T, uint16_t>) MUTILS_TRY(matu16_range(a, intrp, &lo, &hi));
-    else MUTILS_TRY(matu8_range(a, intrp, &lo, &hi));
+    if constexpr (std::is_same_v<T, double>)
+        MUTILS_TRY(matdbl_range(a, intrp, &lo, &hi));
+    else if constexpr (std::is_same_v<T, uint16_t>)
+        MUTILS_TRY(matu16_range(a, intrp, &lo, &hi));
+    else
+        MUTILS_TRY(matu8_range(a, intrp, &lo, &hi));
     const int64_t n = a->nelem;
     if constexpr (std::is_same_v<T, double>) {
         for (int64_t i = 0; i < n; ++i) r->data[i] = hi - a->data[i] + lo;
@@ -245,8 +247,7 @@ using level_types = types<unsigned char, uint16_t, int16_t, uint32_t, int32_t, f
 // Replaces every pixel by the nearest of the ascending `levels` (the index the linear scalar
 // quantizer gives it). 8- and 16-bit images large enough quantize the table of every value of
 // their type once and look the pixels up in it.
-template <class T>
-const char* map_to_levels(const mat_t<T>* a, const mat_t<T>* levels, void* intrp, mat_t<T>* r) {
+template <class T> const char* map_to_levels(const mat_t<T>* a, const mat_t<T>* levels, void* intrp, mat_t<T>* r) {
     const int64_t n = a->nelem;
     if constexpr (sizeof(T) <= 2 && std::is_integral_v<T>) {
         constexpr int64_t values = int64_t(1) << (8 * sizeof(T));
@@ -333,7 +334,8 @@ template <class T> const char* equalize(const mat_t<T>* a, int32_t levels, void*
     T* value = work_array<T>(bins);
     const double base = double(cumulative[first]), spread = double(cumulative[bins - 1]) - base;
     for (int32_t k = 0; k < bins; ++k) {
-        const double t = spread > 0 && cumulative[k] > cumulative[first] ? (double(cumulative[k]) - base) / spread : 0.0;
+        const double t =
+            spread > 0 && cumulative[k] > cumulative[first] ? (double(cumulative[k]) - base) / spread : 0.0;
         const double level = levels > 1 ? std::floor(t * (levels - 1) + 0.5) : 0.0;
         double v = levels > 1 ? level * top_level<T>() / double(levels - 1) : 0.0;
         if constexpr (std::is_integral_v<T>) v = std::floor(v + 0.5);
@@ -351,10 +353,9 @@ template <class T> const char* equalize(const mat_t<T>* a, int32_t levels, void*
 
 using namespace detail;
 
-#define MUTILS_WINDOW(CODE, T)                                                                          \
-    const char* img##CODE##_map_window_level(const mat_t<T>* a, double low, double high, void* intrp,  \
-                                             _uint8_mat* r) {                                           \
-        return window_level<T>(a, low, high, intrp, r);                                                 \
+#define MUTILS_WINDOW(CODE, T)                                                                                         \
+    const char* img##CODE##_map_window_level(const mat_t<T>* a, double low, double high, void* intrp, _uint8_mat* r) { \
+        return window_level<T>(a, low, high, intrp, r);                                                                \
     }
 MUTILS_WINDOW(u8, unsigned char)
 MUTILS_WINDOW(u16, uint16_t)
@@ -363,10 +364,10 @@ MUTILS_WINDOW(s32, int32_t)
 MUTILS_WINDOW(dbl, double)
 #undef MUTILS_WINDOW
 
-#define MUTILS_THRESHOLD(CODE, T)                                                                         \
-    const char* img##CODE##_threshold_auto(const mat_t<T>* a, int32_t bins, _img_thresh_type criterion,     \
-                                           void* intrp, mat_t<T>* r, double* threshold) {                   \
-        return threshold_auto<T>(a, bins, criterion, intrp, r, threshold);                                  \
+#define MUTILS_THRESHOLD(CODE, T)                                                                                    \
+    const char* img##CODE##_threshold_auto(const mat_t<T>* a, int32_t bins, _img_thresh_type criterion, void* intrp, \
+                                           mat_t<T>* r, double* threshold) {                                         \
+        return threshold_auto<T>(a, bins, criterion, intrp, r, threshold);                                           \
     }
 MUTILS_THRESHOLD(u8, unsigned char)
 MUTILS_THRESHOLD(u16, uint16_t)
@@ -381,19 +382,16 @@ const char* imguniv_threshold_auto(const _univ_mat* a, int32_t bins, _img_thresh
 }
 #undef MUTILS_THRESHOLD
 
-#define MUTILS_INVERT(CODE, T)                                                                  \
-    const char* img##CODE##_map_invert(const mat_t<T>* a, void* intrp, mat_t<T>* r) {         \
-        return invert<T>(a, intrp, r);                                                          \
-    }
+#define MUTILS_INVERT(CODE, T) \
+    const char* img##CODE##_map_invert(const mat_t<T>* a, void* intrp, mat_t<T>* r) { return invert<T>(a, intrp, r); }
 MUTILS_INVERT(u8, unsigned char)
 MUTILS_INVERT(u16, uint16_t)
 MUTILS_INVERT(dbl, double)
 #undef MUTILS_INVERT
 
 const char* imguniv_map_invert(const _univ_mat* a, void* intrp, _univ_mat* r) {
-    return univ_call(types<unsigned char, uint16_t, double>{}, with(a, r), [&](auto t, auto* ta, auto* tr) {
-        return invert<MUTILS_T(t)>(ta, intrp, tr);
-    });
+    return univ_call(types<unsigned char, uint16_t, double>{}, with(a, r),
+                     [&](auto t, auto* ta, auto* tr) { return invert<MUTILS_T(t)>(ta, intrp, tr); });
 }
 
 const char* imguniv_map_discrete(const _univ_mat* a, const _univ_mat* levels, void* intrp, _univ_mat* r) {
@@ -433,15 +431,13 @@ const char* imguniv_map_discrete_uniform(const _univ_mat* a, int32_t count, void
 
 const char* imguniv_histogram_equalize(const _univ_mat* a, int32_t levels, void* intrp, _univ_mat* r) {
     if (levels < 1) return msg::illegal_data_value;
-    return univ_call(equalize_types{}, with(a, r), [&](auto t, auto* ta, auto* tr) {
-        return equalize<MUTILS_T(t)>(ta, levels, intrp, tr);
-    });
+    return univ_call(equalize_types{}, with(a, r),
+                     [&](auto t, auto* ta, auto* tr) { return equalize<MUTILS_T(t)>(ta, levels, intrp, tr); });
 }
 
 const char* imguniv_map_window_level(const _univ_mat* a, double low, double high, void* intrp, _univ_mat* r) {
-    return univ_call(types<unsigned char, uint16_t, uint32_t, int32_t, double>{}, with(a, fixed<unsigned char>(r)), [&](auto t, auto* ta, auto* tr) {
-        return window_level<MUTILS_T(t)>(ta, low, high, intrp, tr);
-    });
+    return univ_call(types<unsigned char, uint16_t, uint32_t, int32_t, double>{}, with(a, fixed<unsigned char>(r)),
+                     [&](auto t, auto* ta, auto* tr) { return window_level<MUTILS_T(t)>(ta, low, high, intrp, tr); });
 }
 
 }  // namespace mutils

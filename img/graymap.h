@@ -79,10 +79,7 @@ namespace mutils {
 
 /// Criterion of the automatic threshold: 1 selects the between-class variance; any other value
 /// the minimum error.
-enum _img_thresh_type : int32_t {
-    IMG_THRESH_MINIMUM_ERROR = 0,
-    IMG_THRESH_BETWEEN_CLASS = 1
-};
+enum _img_thresh_type : int32_t { IMG_THRESH_MINIMUM_ERROR = 0, IMG_THRESH_BETWEEN_CLASS = 1 };
 
 /// @{
 /// `map_window_level` for each element type declared here; the contract, element types and messages are in the file
@@ -100,7 +97,6 @@ MUTILS_API const char* imgdbl_map_window_level(const _double_mat* image, double 
 MUTILS_API const char* imguniv_map_window_level(const _univ_mat* image, double low, double high, void* intrp_ptr,
                                                 _univ_mat* result);
 /// @}
-
 
 /// @{
 /// `threshold_auto` for each element type declared here; the contract, element types and messages are in the file

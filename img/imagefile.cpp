@@ -225,9 +225,8 @@ const char* check_sizes(const Anymap& h, int64_t samples) {
 // at once; from a pipe it is read in runs of about a megabyte (a multiple of `step` elements, so
 // packed bits stay byte-aligned) into storage that grows with what actually arrives, so a forged
 // size -- even a single forged row -- costs no more memory than the data sent.
-template <class Read>
-const char* read_body(FILE* f, int32_t rows, int32_t cols, _mutil_data_type type, int64_t min_bytes, int64_t step,
-                      Read&& read, _univ_mat* out) {
+template <class Read> const char* read_body(FILE* f, int32_t rows, int32_t cols, _mutil_data_type type,
+                                            int64_t min_bytes, int64_t step, Read&& read, _univ_mat* out) {
     const int64_t size = int64_t(elem_size(type)), n = int64_t(rows) * cols, left = bytes_left(f);
     if (left >= 0 && left < min_bytes) return msg::io_error;
     int64_t block = n;
@@ -259,10 +258,12 @@ const char* read_samples(FILE* f, const Anymap& h, int64_t samples, void* intrp,
     const int32_t rows = int32_t(h.height), cols = int32_t(h.width * samples);
     const int64_t n = int64_t(rows) * cols;
     if (h.magic == 2 || h.magic == 3)
-        return read_body(f, rows, cols, type, 2 * n - 1, 1,
-                         [&](_univ_mat* v) { return matuniv_read_ascii(f, ' ', '#', intrp, v); }, out);
-    return read_body(f, rows, cols, type, n * int64_t(elem_size(type)), 1,
-                     [&](_univ_mat* v) { return mutils::matuniv_read_raw(f, 0, kSwapRaw, intrp, v); }, out);
+        return read_body(
+            f, rows, cols, type, 2 * n - 1, 1, [&](_univ_mat* v) { return matuniv_read_ascii(f, ' ', '#', intrp, v); },
+            out);
+    return read_body(
+        f, rows, cols, type, n * int64_t(elem_size(type)), 1,
+        [&](_univ_mat* v) { return mutils::matuniv_read_raw(f, 0, kSwapRaw, intrp, v); }, out);
 }
 
 // ---- anymap writing ---------------------------------------------------------------------------
@@ -336,8 +337,7 @@ const char* imguniv_write_pbm(FILE* f, const _univ_mat* image, double threshold,
     validate_univ(image);
     // Refused before the header goes out, so a failed call leaves no partial file behind.
     MUTILS_TRY(dispatch(image->type, binarisable_types{}, [](auto) -> const char* { return nullptr; }));
-    if (std::fprintf(f, "P%d %ld %ld\n", text ? 1 : 4, long(image->ncol), long(image->nrow)) < 0)
-        return msg::io_error;
+    if (std::fprintf(f, "P%d %ld %ld\n", text ? 1 : 4, long(image->ncol), long(image->nrow)) < 0) return msg::io_error;
     return imguniv_write_to_bits(f, image, threshold, !text, " ", 70, intrp);
 }
 
@@ -354,11 +354,9 @@ const char* imguniv_read_pgm(FILE* f, void* intrp, _univ_mat* r) {
     const bool packed = h.magic == 4;
     if (packed && std::getc(f) == EOF) return msg::io_error;
     const int64_t n = h.width * h.height;
-    return read_body(f, int32_t(h.height), int32_t(h.width), MUTIL_UINT8, packed ? (n + 7) / 8 : n, 8,
-                     [&](_univ_mat* v) {
-                         return imguniv_read_from_bits(f, scalar_u8(255), packed, 0, ' ', '#', intrp, v);
-                     },
-                     r);
+    return read_body(
+        f, int32_t(h.height), int32_t(h.width), MUTIL_UINT8, packed ? (n + 7) / 8 : n, 8,
+        [&](_univ_mat* v) { return imguniv_read_from_bits(f, scalar_u8(255), packed, 0, ' ', '#', intrp, v); }, r);
 }
 
 const char* imguniv_write_pgm(FILE* f, const _univ_mat* image, unsigned char text, void* intrp) {
@@ -426,8 +424,8 @@ const char* imgset_read_ppm(FILE* f, void* intrp, _mat_set* result) {
 
 }  // namespace mutils
 
-MUTILS_PLAIN(imguniv_write_pbm,
-             (FILE * f, const mutils::_univ_mat* a, double t, unsigned char text, void* i), (f, a, t, text, i))
+MUTILS_PLAIN(imguniv_write_pbm, (FILE * f, const mutils::_univ_mat* a, double t, unsigned char text, void* i),
+             (f, a, t, text, i))
 MUTILS_PLAIN(imguniv_write_pgm, (FILE * f, const mutils::_univ_mat* a, unsigned char text, void* i), (f, a, text, i))
 MUTILS_PLAIN(imguniv_read_pgm, (FILE * f, void* i, mutils::_univ_mat* r), (f, i, r))
 MUTILS_PLAIN(imgset_write_ppm, (FILE * f, const mutils::_mat_set* s, unsigned char text, void* i), (f, s, text, i))

@@ -27,7 +27,10 @@ std::vector<MemberRun> member_runs(const _uint8_mat* se) {
     for (int32_t i = 0; i < se->nrow; ++i) {
         const unsigned char* row = se->data + int64_t(i) * se->ncol;
         for (int32_t j = 0; j < se->ncol;) {
-            if (!row[j]) { ++j; continue; }
+            if (!row[j]) {
+                ++j;
+                continue;
+            }
             int32_t a = j;
             while (j < se->ncol && row[j]) ++j;
             runs.push_back({i, a, j - a});
@@ -101,8 +104,8 @@ void bit_morph(const BitImage& src, const std::vector<MemberRun>& runs, int64_t 
     clear_tails(acc);
 }
 
-template <class T> const char* binary_checks(const mat_t<T>* image, const _uint8_mat* se, T fg, T bg,
-                                             const mat_t<T>* result) {
+template <class T>
+const char* binary_checks(const mat_t<T>* image, const _uint8_mat* se, T fg, T bg, const mat_t<T>* result) {
     validate(image);
     validate(se);
     validate(result);
@@ -116,9 +119,8 @@ template <class T> const char* binary_checks(const mat_t<T>* image, const _uint8
 /// dilate) and close (dilate, erode).
 enum class MorphOp { erode, dilate, open, close };
 
-template <class T, MorphOp Op>
-const char* binary_morph(const mat_t<T>* image, const _uint8_mat* se, int64_t orow, int64_t ocol, T fg, T bg,
-                         mat_t<T>* result) {
+template <class T, MorphOp Op> const char* binary_morph(const mat_t<T>* image, const _uint8_mat* se, int64_t orow,
+                                                        int64_t ocol, T fg, T bg, mat_t<T>* result) {
     MUTILS_TRY(binary_checks<T>(image, se, fg, bg, result));
     Hux::ArenaScope scope;  // bit images and the intermediate of open / close end with the call
     std::vector<MemberRun> runs = member_runs(se);
@@ -140,14 +142,14 @@ const char* binary_morph(const mat_t<T>* image, const _uint8_mat* se, int64_t or
     return nullptr;
 }
 
-template <MorphOp Op>
-const char* binary_univ(const _univ_mat* image, const _univ_mat* se, int64_t orow, int64_t ocol,
-                        const _univ_scalar& fg, const _univ_scalar& bg, _univ_mat* result) {
-    return univ_call(morph_types{}, with(image, fixed<unsigned char>(se), result), [&](auto t, auto* ti, auto* ts, auto* tr) -> const char* {
-        using T = MUTILS_T(t);
-        if (fg.type != elem<T>::tag || bg.type != elem<T>::tag) return msg::illegal_data_type;
-        return binary_morph<T, Op>(ti, ts, orow, ocol, scalar_get<T>(fg), scalar_get<T>(bg), tr);
-    });
+template <MorphOp Op> const char* binary_univ(const _univ_mat* image, const _univ_mat* se, int64_t orow, int64_t ocol,
+                                              const _univ_scalar& fg, const _univ_scalar& bg, _univ_mat* result) {
+    return univ_call(morph_types{}, with(image, fixed<unsigned char>(se), result),
+                     [&](auto t, auto* ti, auto* ts, auto* tr) -> const char* {
+                         using T = MUTILS_T(t);
+                         if (fg.type != elem<T>::tag || bg.type != elem<T>::tag) return msg::illegal_data_type;
+                         return binary_morph<T, Op>(ti, ts, orow, ocol, scalar_get<T>(fg), scalar_get<T>(bg), tr);
+                     });
 }
 
 // ---- grey-scale erosion and dilation --------------------------------------------------------
@@ -185,8 +187,7 @@ template <class T> struct PaddedImage {
     }
 };
 
-template <class T>
-PaddedImage<T> pad_image(const mat_t<T>* image, int64_t left, int64_t right, int32_t border) {
+template <class T> PaddedImage<T> pad_image(const mat_t<T>* image, int64_t left, int64_t right, int32_t border) {
     PaddedImage<T> p{image->nrow, image->ncol + left + right, left, nullptr, border};
     p.data = work_array<T>((p.nrow + 1) * p.width);
     for (int64_t r = 0; r < p.nrow; ++r) {
@@ -206,9 +207,8 @@ PaddedImage<T> pad_image(const mat_t<T>* image, int64_t left, int64_t right, int
 /// column offset is taken once per image row (row pass) and each distinct row offset once per
 /// output row (column pass). Row-pass rows live in a ring of as many rows as the element spans,
 /// filled as the output rows advance, so both passes stay in cache and the image is not padded.
-template <class T, bool Max>
-void flat_morph(const mat_t<T>* image, std::vector<int64_t> dcs, std::vector<int64_t> drs, T s, int32_t border,
-                mat_t<T>* result) {
+template <class T, bool Max> void flat_morph(const mat_t<T>* image, std::vector<int64_t> dcs, std::vector<int64_t> drs,
+                                             T s, int32_t border, mat_t<T>* result) {
     using X = Extremum<T, Max>;
     std::sort(dcs.begin(), dcs.end());
     dcs.erase(std::unique(dcs.begin(), dcs.end()), dcs.end());
@@ -259,10 +259,12 @@ void flat_morph(const mat_t<T>* image, std::vector<int64_t> dcs, std::vector<int
 }
 
 /// Erosion (Max false) or dilation (Max true) with SE offsets relative to the origin.
-template <class T, bool Max>
-void grey_morph(const mat_t<T>* image, const mat_t<T>* se, int64_t orow, int64_t ocol, int32_t border,
-                mat_t<T>* result) {
-    struct Tap { int64_t dr, dc; T s; };
+template <class T, bool Max> void grey_morph(const mat_t<T>* image, const mat_t<T>* se, int64_t orow, int64_t ocol,
+                                             int32_t border, mat_t<T>* result) {
+    struct Tap {
+        int64_t dr, dc;
+        T s;
+    };
     const int64_t nrow = image->nrow, ncol = image->ncol;
     // Taps in the order of the definition: element (0, 0) first, then the others row by row.
     // Offsets past the image read the same as the first outside position, so they are clamped.
@@ -297,8 +299,8 @@ void grey_morph(const mat_t<T>* image, const mat_t<T>* se, int64_t orow, int64_t
     }
 }
 
-template <class T> const char* grey_checks(const mat_t<T>* image, const mat_t<T>* se, int32_t border,
-                                           const mat_t<T>* result) {
+template <class T>
+const char* grey_checks(const mat_t<T>* image, const mat_t<T>* se, int32_t border, const mat_t<T>* result) {
     validate(image);
     validate(se);
     validate(result);
@@ -308,9 +310,8 @@ template <class T> const char* grey_checks(const mat_t<T>* image, const mat_t<T>
     return (border == MUTIL_BOUNDARY_ZERO || border == MUTIL_BOUNDARY_CONTINUE) ? nullptr : msg::illegal_data_value;
 }
 
-template <class T, MorphOp Op>
-const char* grey(const mat_t<T>* image, const mat_t<T>* se, int64_t orow, int64_t ocol, int32_t border,
-                 mat_t<T>* result) {
+template <class T, MorphOp Op> const char* grey(const mat_t<T>* image, const mat_t<T>* se, int64_t orow, int64_t ocol,
+                                                int32_t border, mat_t<T>* result) {
     MUTILS_TRY(grey_checks<T>(image, se, border, result));
     if constexpr (Op == MorphOp::erode) {
         grey_morph<T, false>(image, se, orow, ocol, border, result);
@@ -325,9 +326,8 @@ const char* grey(const mat_t<T>* image, const mat_t<T>* se, int64_t orow, int64_
     return nullptr;
 }
 
-template <MorphOp Op>
-const char* grey_univ(const _univ_mat* image, const _univ_mat* se, int64_t orow, int64_t ocol, int32_t border,
-                      _univ_mat* result) {
+template <MorphOp Op> const char* grey_univ(const _univ_mat* image, const _univ_mat* se, int64_t orow, int64_t ocol,
+                                            int32_t border, _univ_mat* result) {
     return univ_call(morph_types{}, with(image, se, result), [&](auto t, auto* ti, auto* ts, auto* tr) {
         return grey<MUTILS_T(t), Op>(ti, ts, orow, ocol, border, tr);
     });
@@ -335,8 +335,8 @@ const char* grey_univ(const _univ_mat* image, const _univ_mat* se, int64_t orow,
 
 // ---- structuring-element generators ---------------------------------------------------------
 
-template <class T> const char* generate_disk(int64_t crow, int64_t ccol, double radius, T fg, T bg, void* intrp,
-                                             mat_t<T>* result) {
+template <class T>
+const char* generate_disk(int64_t crow, int64_t ccol, double radius, T fg, T bg, void* intrp, mat_t<T>* result) {
     validate(result);
     if (!(radius >= 0.5)) return msg::illegal_data_type;
     if (fg == bg) return msg::illegal_data_value;
@@ -368,8 +368,8 @@ template <class T> const char* generate_disk(int64_t crow, int64_t ccol, double 
     return drawn ? nullptr : msg::array_size_mismatch;
 }
 
-template <class T> const char* generate_rectangle(int64_t top, int64_t left, int64_t height, int64_t width, T fg,
-                                                  T bg, void* intrp, mat_t<T>* result) {
+template <class T> const char* generate_rectangle(int64_t top, int64_t left, int64_t height, int64_t width, T fg, T bg,
+                                                  void* intrp, mat_t<T>* result) {
     validate(result);
     if (height < 1 || width < 1) return msg::illegal_data_type;
     if (fg == bg) return msg::illegal_data_value;
@@ -386,8 +386,8 @@ template <class T> const char* generate_rectangle(int64_t top, int64_t left, int
     return nullptr;
 }
 
-template <class F> const char* generator_univ(const _univ_scalar& fg, const _univ_scalar& bg, _univ_mat* result,
-                                              F&& f) {
+template <class F>
+const char* generator_univ(const _univ_scalar& fg, const _univ_scalar& bg, _univ_mat* result, F&& f) {
     return univ_call(morph_types{}, with(result), [&](auto t, auto* tr) -> const char* {
         using T = MUTILS_T(t);
         if (fg.type != elem<T>::tag || bg.type != elem<T>::tag) return msg::illegal_data_type;
@@ -427,15 +427,14 @@ constexpr int skel_t1[] = {23,  26,  31,  50,  55,  63,  88,  89,  91,  95,  127
                            223, 255, 308, 310, 311, 319, 383, 436, 438, 439, 447, 464, 472, 473,
                            475, 479, 496, 500, 502, 503, 504, 505, 507, 508, 509, 510};
 constexpr int skel_t2[] = {
-    17,  18,  20,  24,  26,  27,  31,  48,  50,  54,  55,  58,  59,  62,  63,  80,  85,  87,  88,  91,  93,  95,
-    113, 115, 117, 118, 119, 121, 122, 123, 125, 126, 127, 144, 149, 151, 154, 155, 156, 157, 158, 159, 176, 177,
-    178, 179, 181, 182, 183, 184, 185, 186, 187, 188, 189, 190, 191, 213, 215, 216, 217, 218, 219, 220, 221, 222,
-    223, 241, 242, 243, 245, 246, 247, 248, 249, 250, 251, 252, 253, 254, 255, 272, 277, 279, 282, 283, 284, 285,
-    286, 287, 309, 310, 311, 314, 315, 316, 317, 318, 319, 337, 338, 339, 340, 341, 342, 343, 345, 346, 347, 348,
-    349, 350, 351, 369, 370, 371, 372, 373, 374, 375, 377, 378, 379, 380, 381, 382, 383, 405, 407, 410, 411, 412,
-    413, 414, 415, 432, 433, 434, 435, 436, 437, 438, 439, 440, 441, 442, 443, 444, 445, 446, 447, 465, 466, 467,
-    468, 469, 470, 471, 472, 473, 474, 475, 476, 477, 478, 479, 496, 497, 498, 499, 500, 501, 502, 503, 504, 505,
-    506, 507, 508, 509, 510, 511};
+    17,  18,  20,  24,  26,  27,  31,  48,  50,  54,  55,  58,  59,  62,  63,  80,  85,  87,  88,  91,  93,  95,  113,
+    115, 117, 118, 119, 121, 122, 123, 125, 126, 127, 144, 149, 151, 154, 155, 156, 157, 158, 159, 176, 177, 178, 179,
+    181, 182, 183, 184, 185, 186, 187, 188, 189, 190, 191, 213, 215, 216, 217, 218, 219, 220, 221, 222, 223, 241, 242,
+    243, 245, 246, 247, 248, 249, 250, 251, 252, 253, 254, 255, 272, 277, 279, 282, 283, 284, 285, 286, 287, 309, 310,
+    311, 314, 315, 316, 317, 318, 319, 337, 338, 339, 340, 341, 342, 343, 345, 346, 347, 348, 349, 350, 351, 369, 370,
+    371, 372, 373, 374, 375, 377, 378, 379, 380, 381, 382, 383, 405, 407, 410, 411, 412, 413, 414, 415, 432, 433, 434,
+    435, 436, 437, 438, 439, 440, 441, 442, 443, 444, 445, 446, 447, 465, 466, 467, 468, 469, 470, 471, 472, 473, 474,
+    475, 476, 477, 478, 479, 496, 497, 498, 499, 500, 501, 502, 503, 504, 505, 506, 507, 508, 509, 510, 511};
 static_assert(std::size(thin_t1) == 50 && std::size(thin_t2) == 197);
 static_assert(std::size(skel_t1) == 40 && std::size(skel_t2) == 182);
 
@@ -453,9 +452,8 @@ const TablePair& skeleton_tables() {
 inline uint32_t code_at(const unsigned char* p, int64_t w) {
     const unsigned char* u = p - w;
     const unsigned char* d = p + w;
-    return uint32_t(u[-1]) | uint32_t(p[-1]) << 1 | uint32_t(d[-1]) << 2 | uint32_t(u[0]) << 3 |
-           uint32_t(p[0]) << 4 | uint32_t(d[0]) << 5 | uint32_t(u[1]) << 6 | uint32_t(p[1]) << 7 |
-           uint32_t(d[1]) << 8;
+    return uint32_t(u[-1]) | uint32_t(p[-1]) << 1 | uint32_t(d[-1]) << 2 | uint32_t(u[0]) << 3 | uint32_t(p[0]) << 4 |
+           uint32_t(d[0]) << 5 | uint32_t(u[1]) << 6 | uint32_t(p[1]) << 7 | uint32_t(d[1]) << 8;
 }
 
 /// A scalar of any real type as element type T: integers rounded half up and clipped.
@@ -500,8 +498,8 @@ const char* thin(const mat_t<T>* image, T fg, T bg, const TablePair& tables, voi
     return nullptr;
 }
 
-const char* thin_univ(const _univ_mat* image, const _univ_scalar& fg, const _univ_scalar& bg,
-                      const TablePair& tables, void* intrp, _univ_mat* result) {
+const char* thin_univ(const _univ_mat* image, const _univ_scalar& fg, const _univ_scalar& bg, const TablePair& tables,
+                      void* intrp, _univ_mat* result) {
     if (!image || !result || image->type != result->type) return msg::illegal_data_type;
     return dispatch(image->type, real_types{}, [&](auto t) -> const char* {
         using T = typename decltype(t)::type;
@@ -520,45 +518,43 @@ const char* thin_univ(const _univ_mat* image, const _univ_scalar& fg, const _uni
 
 using namespace detail;
 
-#define MUTILS_MORPH_TYPED(CODE, T)                                                                                 \
-    const char* img##CODE##_binary_erode(const mat_t<T>* a, const _uint8_mat* se, int32_t orow, int32_t ocol,      \
-                                         T fg, T bg, void*, mat_t<T>* r) {                                          \
-        return binary_morph<T, MorphOp::erode>(a, se, orow, ocol, fg, bg, r);                                         \
-    }                                                                                                               \
-    const char* img##CODE##_binary_dilate(const mat_t<T>* a, const _uint8_mat* se, int32_t orow, int32_t ocol,     \
-                                          T fg, T bg, void*, mat_t<T>* r) {                                         \
-        return binary_morph<T, MorphOp::dilate>(a, se, orow, ocol, fg, bg, r);                                        \
-    }                                                                                                               \
-    const char* img##CODE##_binary_open(const mat_t<T>* a, const _uint8_mat* se, T fg, T bg, void*, mat_t<T>* r) { \
-        return binary_morph<T, MorphOp::open>(a, se, 0, 0, fg, bg, r);                                                \
-    }                                                                                                               \
-    const char* img##CODE##_binary_close(const mat_t<T>* a, const _uint8_mat* se, T fg, T bg, void*,               \
-                                         mat_t<T>* r) {                                                             \
-        return binary_morph<T, MorphOp::close>(a, se, 0, 0, fg, bg, r);                                               \
-    }                                                                                                               \
-    const char* img##CODE##_grayscale_erode(const mat_t<T>* a, const mat_t<T>* se, int32_t orow, int32_t ocol,     \
-                                            _mutil_boundary_type b, void*, mat_t<T>* r) {                          \
+#define MUTILS_MORPH_TYPED(CODE, T)                                                                                  \
+    const char* img##CODE##_binary_erode(const mat_t<T>* a, const _uint8_mat* se, int32_t orow, int32_t ocol, T fg,  \
+                                         T bg, void*, mat_t<T>* r) {                                                 \
+        return binary_morph<T, MorphOp::erode>(a, se, orow, ocol, fg, bg, r);                                        \
+    }                                                                                                                \
+    const char* img##CODE##_binary_dilate(const mat_t<T>* a, const _uint8_mat* se, int32_t orow, int32_t ocol, T fg, \
+                                          T bg, void*, mat_t<T>* r) {                                                \
+        return binary_morph<T, MorphOp::dilate>(a, se, orow, ocol, fg, bg, r);                                       \
+    }                                                                                                                \
+    const char* img##CODE##_binary_open(const mat_t<T>* a, const _uint8_mat* se, T fg, T bg, void*, mat_t<T>* r) {   \
+        return binary_morph<T, MorphOp::open>(a, se, 0, 0, fg, bg, r);                                               \
+    }                                                                                                                \
+    const char* img##CODE##_binary_close(const mat_t<T>* a, const _uint8_mat* se, T fg, T bg, void*, mat_t<T>* r) {  \
+        return binary_morph<T, MorphOp::close>(a, se, 0, 0, fg, bg, r);                                              \
+    }                                                                                                                \
+    const char* img##CODE##_grayscale_erode(const mat_t<T>* a, const mat_t<T>* se, int32_t orow, int32_t ocol,       \
+                                            _mutil_boundary_type b, void*, mat_t<T>* r) {                            \
         return grey<T, MorphOp::erode>(a, se, orow, ocol, b, r);                                                     \
-    }                                                                                                               \
-    const char* img##CODE##_grayscale_dilate(const mat_t<T>* a, const mat_t<T>* se, int32_t orow, int32_t ocol,    \
-                                             _mutil_boundary_type b, void*, mat_t<T>* r) {                         \
+    }                                                                                                                \
+    const char* img##CODE##_grayscale_dilate(const mat_t<T>* a, const mat_t<T>* se, int32_t orow, int32_t ocol,      \
+                                             _mutil_boundary_type b, void*, mat_t<T>* r) {                           \
         return grey<T, MorphOp::dilate>(a, se, orow, ocol, b, r);                                                    \
-    }                                                                                                               \
-    const char* img##CODE##_grayscale_open(const mat_t<T>* a, const mat_t<T>* se, _mutil_boundary_type b, void*,   \
-                                           mat_t<T>* r) {                                                           \
+    }                                                                                                                \
+    const char* img##CODE##_grayscale_open(const mat_t<T>* a, const mat_t<T>* se, _mutil_boundary_type b, void*,     \
+                                           mat_t<T>* r) {                                                            \
         return grey<T, MorphOp::open>(a, se, 0, 0, b, r);                                                            \
-    }                                                                                                               \
-    const char* img##CODE##_grayscale_close(const mat_t<T>* a, const mat_t<T>* se, _mutil_boundary_type b, void*,  \
-                                            mat_t<T>* r) {                                                          \
+    }                                                                                                                \
+    const char* img##CODE##_grayscale_close(const mat_t<T>* a, const mat_t<T>* se, _mutil_boundary_type b, void*,    \
+                                            mat_t<T>* r) {                                                           \
         return grey<T, MorphOp::close>(a, se, 0, 0, b, r);                                                           \
-    }                                                                                                               \
-    const char* img##CODE##_generate_disk(int32_t cr, int32_t cc, double radius, T fg, T bg, void* i,               \
-                                          mat_t<T>* r) {                                                            \
-        return generate_disk<T>(cr, cc, radius, fg, bg, i, r);                                                      \
-    }                                                                                                               \
-    const char* img##CODE##_generate_rectangle(int32_t top, int32_t left, int32_t h, int32_t w, T fg, T bg,         \
-                                               void* i, mat_t<T>* r) {                                              \
-        return generate_rectangle<T>(top, left, h, w, fg, bg, i, r);                                                \
+    }                                                                                                                \
+    const char* img##CODE##_generate_disk(int32_t cr, int32_t cc, double radius, T fg, T bg, void* i, mat_t<T>* r) { \
+        return generate_disk<T>(cr, cc, radius, fg, bg, i, r);                                                       \
+    }                                                                                                                \
+    const char* img##CODE##_generate_rectangle(int32_t top, int32_t left, int32_t h, int32_t w, T fg, T bg, void* i, \
+                                               mat_t<T>* r) {                                                        \
+        return generate_rectangle<T>(top, left, h, w, fg, bg, i, r);                                                 \
     }
 MUTILS_MORPH_TYPED(u8, unsigned char)
 MUTILS_MORPH_TYPED(u16, uint16_t)
@@ -566,12 +562,12 @@ MUTILS_MORPH_TYPED(s32, int32_t)
 MUTILS_MORPH_TYPED(dbl, double)
 #undef MUTILS_MORPH_TYPED
 
-const char* imguniv_binary_erode(const _univ_mat* a, const _univ_mat* se, int32_t orow, int32_t ocol,
-                                 _univ_scalar fg, _univ_scalar bg, void*, _univ_mat* r) {
+const char* imguniv_binary_erode(const _univ_mat* a, const _univ_mat* se, int32_t orow, int32_t ocol, _univ_scalar fg,
+                                 _univ_scalar bg, void*, _univ_mat* r) {
     return binary_univ<MorphOp::erode>(a, se, orow, ocol, fg, bg, r);
 }
-const char* imguniv_binary_dilate(const _univ_mat* a, const _univ_mat* se, int32_t orow, int32_t ocol,
-                                  _univ_scalar fg, _univ_scalar bg, void*, _univ_mat* r) {
+const char* imguniv_binary_dilate(const _univ_mat* a, const _univ_mat* se, int32_t orow, int32_t ocol, _univ_scalar fg,
+                                  _univ_scalar bg, void*, _univ_mat* r) {
     return binary_univ<MorphOp::dilate>(a, se, orow, ocol, fg, bg, r);
 }
 const char* imguniv_binary_open(const _univ_mat* a, const _univ_mat* se, _univ_scalar fg, _univ_scalar bg, void*,
@@ -621,9 +617,9 @@ const char* imguniv_binary_skeleton(const _univ_mat* a, _univ_scalar fg, _univ_s
 
 }  // namespace mutils
 
+using mutils::_mutil_boundary_type;
 using mutils::_univ_mat;
 using mutils::_univ_scalar;
-using mutils::_mutil_boundary_type;
 
 MUTILS_PLAIN(imguniv_binary_erode,
              (const _univ_mat* a, const _univ_mat* se, int32_t orow, int32_t ocol, _univ_scalar fg, _univ_scalar bg,
@@ -652,8 +648,6 @@ MUTILS_PLAIN(imguniv_grayscale_dilate,
               _univ_mat* r),
              (a, se, orow, ocol, b, i, r))
 MUTILS_PLAIN(imguniv_grayscale_open,
-             (const _univ_mat* a, const _univ_mat* se, _mutil_boundary_type b, void* i, _univ_mat* r),
-             (a, se, b, i, r))
+             (const _univ_mat* a, const _univ_mat* se, _mutil_boundary_type b, void* i, _univ_mat* r), (a, se, b, i, r))
 MUTILS_PLAIN(imguniv_grayscale_close,
-             (const _univ_mat* a, const _univ_mat* se, _mutil_boundary_type b, void* i, _univ_mat* r),
-             (a, se, b, i, r))
+             (const _univ_mat* a, const _univ_mat* se, _mutil_boundary_type b, void* i, _univ_mat* r), (a, se, b, i, r))

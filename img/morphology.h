@@ -122,9 +122,8 @@ MUTILS_API const char* imguniv_binary_close(const _univ_mat* image, const _univ_
 /// @{
 /// `grayscale_erode` for each element type declared here; the contract, element types and messages are in the file
 /// description.
-MUTILS_API const char* imgu8_grayscale_erode(const _uint8_mat* image, const _uint8_mat* se, int32_t orow,
-                                             int32_t ocol, _mutil_boundary_type border, void* intrp_ptr,
-                                             _uint8_mat* result);
+MUTILS_API const char* imgu8_grayscale_erode(const _uint8_mat* image, const _uint8_mat* se, int32_t orow, int32_t ocol,
+                                             _mutil_boundary_type border, void* intrp_ptr, _uint8_mat* result);
 MUTILS_API const char* imgu16_grayscale_erode(const _uint16_mat* image, const _uint16_mat* se, int32_t orow,
                                               int32_t ocol, _mutil_boundary_type border, void* intrp_ptr,
                                               _uint16_mat* result);
@@ -134,17 +133,15 @@ MUTILS_API const char* imgs32_grayscale_erode(const _sint32_mat* image, const _s
 MUTILS_API const char* imgdbl_grayscale_erode(const _double_mat* image, const _double_mat* se, int32_t orow,
                                               int32_t ocol, _mutil_boundary_type border, void* intrp_ptr,
                                               _double_mat* result);
-MUTILS_API const char* imguniv_grayscale_erode(const _univ_mat* image, const _univ_mat* se, int32_t orow,
-                                               int32_t ocol, _mutil_boundary_type border, void* intrp_ptr,
-                                               _univ_mat* result);
+MUTILS_API const char* imguniv_grayscale_erode(const _univ_mat* image, const _univ_mat* se, int32_t orow, int32_t ocol,
+                                               _mutil_boundary_type border, void* intrp_ptr, _univ_mat* result);
 /// @}
 
 /// @{
 /// `grayscale_dilate` for each element type declared here; the contract, element types and messages are in the file
 /// description.
-MUTILS_API const char* imgu8_grayscale_dilate(const _uint8_mat* image, const _uint8_mat* se, int32_t orow,
-                                              int32_t ocol, _mutil_boundary_type border, void* intrp_ptr,
-                                              _uint8_mat* result);
+MUTILS_API const char* imgu8_grayscale_dilate(const _uint8_mat* image, const _uint8_mat* se, int32_t orow, int32_t ocol,
+                                              _mutil_boundary_type border, void* intrp_ptr, _uint8_mat* result);
 MUTILS_API const char* imgu16_grayscale_dilate(const _uint16_mat* image, const _uint16_mat* se, int32_t orow,
                                                int32_t ocol, _mutil_boundary_type border, void* intrp_ptr,
                                                _uint16_mat* result);
@@ -154,39 +151,38 @@ MUTILS_API const char* imgs32_grayscale_dilate(const _sint32_mat* image, const _
 MUTILS_API const char* imgdbl_grayscale_dilate(const _double_mat* image, const _double_mat* se, int32_t orow,
                                                int32_t ocol, _mutil_boundary_type border, void* intrp_ptr,
                                                _double_mat* result);
-MUTILS_API const char* imguniv_grayscale_dilate(const _univ_mat* image, const _univ_mat* se, int32_t orow,
-                                                int32_t ocol, _mutil_boundary_type border, void* intrp_ptr,
-                                                _univ_mat* result);
+MUTILS_API const char* imguniv_grayscale_dilate(const _univ_mat* image, const _univ_mat* se, int32_t orow, int32_t ocol,
+                                                _mutil_boundary_type border, void* intrp_ptr, _univ_mat* result);
 /// @}
 
 /// @{
 /// `grayscale_open` for each element type declared here; the contract, element types and messages are in the file
 /// description.
-MUTILS_API const char* imgu8_grayscale_open(const _uint8_mat* image, const _uint8_mat* se,
-                                            _mutil_boundary_type border, void* intrp_ptr, _uint8_mat* result);
+MUTILS_API const char* imgu8_grayscale_open(const _uint8_mat* image, const _uint8_mat* se, _mutil_boundary_type border,
+                                            void* intrp_ptr, _uint8_mat* result);
 MUTILS_API const char* imgu16_grayscale_open(const _uint16_mat* image, const _uint16_mat* se,
                                              _mutil_boundary_type border, void* intrp_ptr, _uint16_mat* result);
 MUTILS_API const char* imgs32_grayscale_open(const _sint32_mat* image, const _sint32_mat* se,
                                              _mutil_boundary_type border, void* intrp_ptr, _sint32_mat* result);
 MUTILS_API const char* imgdbl_grayscale_open(const _double_mat* image, const _double_mat* se,
                                              _mutil_boundary_type border, void* intrp_ptr, _double_mat* result);
-MUTILS_API const char* imguniv_grayscale_open(const _univ_mat* image, const _univ_mat* se,
-                                              _mutil_boundary_type border, void* intrp_ptr, _univ_mat* result);
+MUTILS_API const char* imguniv_grayscale_open(const _univ_mat* image, const _univ_mat* se, _mutil_boundary_type border,
+                                              void* intrp_ptr, _univ_mat* result);
 /// @}
 
 /// @{
 /// `grayscale_close` for each element type declared here; the contract, element types and messages are in the file
 /// description.
-MUTILS_API const char* imgu8_grayscale_close(const _uint8_mat* image, const _uint8_mat* se,
-                                             _mutil_boundary_type border, void* intrp_ptr, _uint8_mat* result);
+MUTILS_API const char* imgu8_grayscale_close(const _uint8_mat* image, const _uint8_mat* se, _mutil_boundary_type border,
+                                             void* intrp_ptr, _uint8_mat* result);
 MUTILS_API const char* imgu16_grayscale_close(const _uint16_mat* image, const _uint16_mat* se,
                                               _mutil_boundary_type border, void* intrp_ptr, _uint16_mat* result);
 MUTILS_API const char* imgs32_grayscale_close(const _sint32_mat* image, const _sint32_mat* se,
                                               _mutil_boundary_type border, void* intrp_ptr, _sint32_mat* result);
 MUTILS_API const char* imgdbl_grayscale_close(const _double_mat* image, const _double_mat* se,
                                               _mutil_boundary_type border, void* intrp_ptr, _double_mat* result);
-MUTILS_API const char* imguniv_grayscale_close(const _univ_mat* image, const _univ_mat* se,
-                                               _mutil_boundary_type border, void* intrp_ptr, _univ_mat* result);
+MUTILS_API const char* imguniv_grayscale_close(const _univ_mat* image, const _univ_mat* se, _mutil_boundary_type border,
+                                               void* intrp_ptr, _univ_mat* result);
 /// @}
 
 /// @{
@@ -217,8 +213,7 @@ MUTILS_API const char* imgs32_generate_rectangle(int32_t top, int32_t left, int3
 MUTILS_API const char* imgdbl_generate_rectangle(int32_t top, int32_t left, int32_t height, int32_t width, double fg,
                                                  double bg, void* intrp_ptr, _double_mat* result);
 MUTILS_API const char* imguniv_generate_rectangle(int32_t top, int32_t left, int32_t height, int32_t width,
-                                                  _univ_scalar fg, _univ_scalar bg, void* intrp_ptr,
-                                                  _univ_mat* result);
+                                                  _univ_scalar fg, _univ_scalar bg, void* intrp_ptr, _univ_mat* result);
 /// @}
 
 /// @{
@@ -245,8 +240,8 @@ MUTILS_API mutils::_mutil_errcode imguniv_binary_dilate(const mutils::_univ_mat*
                                                         mutils::_univ_scalar bg, void* intrp_ptr,
                                                         mutils::_univ_mat* result);
 MUTILS_API mutils::_mutil_errcode imguniv_binary_open(const mutils::_univ_mat* image, const mutils::_univ_mat* se,
-                                                      mutils::_univ_scalar fg, mutils::_univ_scalar bg,
-                                                      void* intrp_ptr, mutils::_univ_mat* result);
+                                                      mutils::_univ_scalar fg, mutils::_univ_scalar bg, void* intrp_ptr,
+                                                      mutils::_univ_mat* result);
 MUTILS_API mutils::_mutil_errcode imguniv_binary_close(const mutils::_univ_mat* image, const mutils::_univ_mat* se,
                                                        mutils::_univ_scalar fg, mutils::_univ_scalar bg,
                                                        void* intrp_ptr, mutils::_univ_mat* result);
@@ -260,8 +255,8 @@ MUTILS_API mutils::_mutil_errcode imguniv_grayscale_erode(const mutils::_univ_ma
                                                           int32_t orow, int32_t ocol,
                                                           mutils::_mutil_boundary_type border, void* intrp_ptr,
                                                           mutils::_univ_mat* result);
-MUTILS_API mutils::_mutil_errcode imguniv_grayscale_dilate(const mutils::_univ_mat* image,
-                                                           const mutils::_univ_mat* se, int32_t orow, int32_t ocol,
+MUTILS_API mutils::_mutil_errcode imguniv_grayscale_dilate(const mutils::_univ_mat* image, const mutils::_univ_mat* se,
+                                                           int32_t orow, int32_t ocol,
                                                            mutils::_mutil_boundary_type border, void* intrp_ptr,
                                                            mutils::_univ_mat* result);
 MUTILS_API mutils::_mutil_errcode imguniv_grayscale_open(const mutils::_univ_mat* image, const mutils::_univ_mat* se,

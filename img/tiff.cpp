@@ -63,7 +63,8 @@ private:
 
 // A libtiff buffer released when the holder goes out of scope.
 struct TiffBuffer {
-    explicit TiffBuffer(uint64_t bytes) : p(bytes > 0 && bytes < (uint64_t(1) << 40) ? _TIFFmalloc(tmsize_t(bytes)) : nullptr) {}
+    explicit TiffBuffer(uint64_t bytes)
+        : p(bytes > 0 && bytes < (uint64_t(1) << 40) ? _TIFFmalloc(tmsize_t(bytes)) : nullptr) {}
     ~TiffBuffer() {
         if (p) _TIFFfree(p);
     }
@@ -144,8 +145,8 @@ bool read_tags(TIFF* tif, Layout& l) {
     if (l.photometric == PHOTOMETRIC_PALETTE && !TIFFGetField(tif, TIFFTAG_COLORMAP, &l.red, &l.green, &l.blue))
         return false;
     l.tiled = TIFFIsTiled(tif) != 0;
-    if (l.tiled && (!TIFFGetField(tif, TIFFTAG_TILELENGTH, &l.tile_rows) ||
-                    !TIFFGetField(tif, TIFFTAG_TILEWIDTH, &l.tile_cols)))
+    if (l.tiled &&
+        (!TIFFGetField(tif, TIFFTAG_TILELENGTH, &l.tile_rows) || !TIFFGetField(tif, TIFFTAG_TILEWIDTH, &l.tile_cols)))
         return false;
     if (!TIFFGetFieldDefaulted(tif, TIFFTAG_SAMPLEFORMAT, &l.format)) l.format = SAMPLEFORMAT_UINT;
     return true;
@@ -157,14 +158,22 @@ bool classify(Layout& l) {
     if (l.planar != PLANARCONFIG_CONTIG && l.planar != PLANARCONFIG_SEPARATE) return false;
     if (l.tiled && (l.tile_rows == 0 || l.tile_cols == 0)) return false;
     const bool sub_byte = l.bits == 1 || l.bits == 2 || l.bits == 4;
-    if (l.format == SAMPLEFORMAT_UINT && (sub_byte || l.bits == 8)) l.type = MUTIL_UINT8;
-    else if (l.format == SAMPLEFORMAT_UINT && l.bits == 16) l.type = MUTIL_UINT16;
-    else if (l.format == SAMPLEFORMAT_UINT && l.bits == 32) l.type = MUTIL_UINT32;
-    else if (l.format == SAMPLEFORMAT_INT && l.bits == 16) l.type = MUTIL_SINT16;
-    else if (l.format == SAMPLEFORMAT_INT && l.bits == 32) l.type = MUTIL_SINT32;
-    else if (l.format == SAMPLEFORMAT_IEEEFP && l.bits == 32) l.type = MUTIL_FLOAT;
-    else if (l.format == SAMPLEFORMAT_IEEEFP && l.bits == 64) l.type = MUTIL_DOUBLE;
-    else return false;
+    if (l.format == SAMPLEFORMAT_UINT && (sub_byte || l.bits == 8))
+        l.type = MUTIL_UINT8;
+    else if (l.format == SAMPLEFORMAT_UINT && l.bits == 16)
+        l.type = MUTIL_UINT16;
+    else if (l.format == SAMPLEFORMAT_UINT && l.bits == 32)
+        l.type = MUTIL_UINT32;
+    else if (l.format == SAMPLEFORMAT_INT && l.bits == 16)
+        l.type = MUTIL_SINT16;
+    else if (l.format == SAMPLEFORMAT_INT && l.bits == 32)
+        l.type = MUTIL_SINT32;
+    else if (l.format == SAMPLEFORMAT_IEEEFP && l.bits == 32)
+        l.type = MUTIL_FLOAT;
+    else if (l.format == SAMPLEFORMAT_IEEEFP && l.bits == 64)
+        l.type = MUTIL_DOUBLE;
+    else
+        return false;
     l.planes = l.spp;
     switch (l.photometric) {
         case PHOTOMETRIC_MINISBLACK:
@@ -321,11 +330,12 @@ const char* read_tiff(const wchar_t* path, void* intrp, _mat_set* result) {
         planes = &index_plane;
     }
     Poll poll(intrp);
-    MUTILS_TRY(dispatch(l.type, real_types{}, [&](auto t) {
-        return read_samples<typename decltype(t)::type>(tif, l, planes, poll);
-    }));
-    if (l.kind == Kind::palette) expand_palette(l, index, result);
-    else if (l.format == SAMPLEFORMAT_UINT) to_min_is_black(l, &result->mats[0]);
+    MUTILS_TRY(dispatch(l.type, real_types{},
+                        [&](auto t) { return read_samples<typename decltype(t)::type>(tif, l, planes, poll); }));
+    if (l.kind == Kind::palette)
+        expand_palette(l, index, result);
+    else if (l.format == SAMPLEFORMAT_UINT)
+        to_min_is_black(l, &result->mats[0]);
     return nullptr;
 }
 

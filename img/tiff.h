@@ -79,7 +79,6 @@ MUTILS_API const char* imgset_read_tiff(const wchar_t* path, void* intrp_ptr, _m
 /// the file description.
 MUTILS_API mutils::_mutil_errcode imguniv_write_tiff(const wchar_t* path, const mutils::_univ_mat* image,
                                                      void* intrp_ptr);
-MUTILS_API mutils::_mutil_errcode imgset_write_tiff(const wchar_t* path, const mutils::_mat_set* set,
-                                                    void* intrp_ptr);
+MUTILS_API mutils::_mutil_errcode imgset_write_tiff(const wchar_t* path, const mutils::_mat_set* set, void* intrp_ptr);
 MUTILS_API mutils::_mutil_errcode imgset_read_tiff(const wchar_t* path, void* intrp_ptr, mutils::_mat_set* result);
 /// @}

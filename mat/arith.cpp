@@ -8,16 +8,25 @@ namespace mutils {
 namespace detail {
 namespace {
 
-struct Add { template <class T> T operator()(T a, T b) const { return T(wrap_t<T>(a) + wrap_t<T>(b)); } };
-struct Sub { template <class T> T operator()(T a, T b) const { return T(wrap_t<T>(a) - wrap_t<T>(b)); } };
-struct Mul { template <class T> T operator()(T a, T b) const { return T(wrap_t<T>(a) * wrap_t<T>(b)); } };
+struct Add {
+    template <class T> T operator()(T a, T b) const { return T(wrap_t<T>(a) + wrap_t<T>(b)); }
+};
+struct Sub {
+    template <class T> T operator()(T a, T b) const { return T(wrap_t<T>(a) - wrap_t<T>(b)); }
+};
+struct Mul {
+    template <class T> T operator()(T a, T b) const { return T(wrap_t<T>(a) * wrap_t<T>(b)); }
+};
 
 /// |x| in the element type: the most negative signed value negates to itself (wraps).
 struct Abs {
     template <class T> T operator()(T x) const {
-        if constexpr (std::is_floating_point_v<T>) return std::fabs(x);
-        else if constexpr (std::is_signed_v<T>) return x < 0 ? T(wrap_t<T>(0) - wrap_t<T>(x)) : x;
-        else return x;
+        if constexpr (std::is_floating_point_v<T>)
+            return std::fabs(x);
+        else if constexpr (std::is_signed_v<T>)
+            return x < 0 ? T(wrap_t<T>(0) - wrap_t<T>(x)) : x;
+        else
+            return x;
     }
 };
 

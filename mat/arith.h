@@ -52,13 +52,18 @@ MUTILS_API const char* matuniv_subtract(const _univ_mat* a, const _univ_mat* b, 
 /// @{
 /// `multiply_elem` for each element type declared here; the contract, element types and messages are in the file
 /// description.
-MUTILS_API const char* matdbl_multiply_elem(const _double_mat* a, const _double_mat* b, void* intrp_ptr, _double_mat* r);
+MUTILS_API const char* matdbl_multiply_elem(const _double_mat* a, const _double_mat* b, void* intrp_ptr,
+                                            _double_mat* r);
 MUTILS_API const char* matflt_multiply_elem(const _float_mat* a, const _float_mat* b, void* intrp_ptr, _float_mat* r);
 MUTILS_API const char* matu8_multiply_elem(const _uint8_mat* a, const _uint8_mat* b, void* intrp_ptr, _uint8_mat* r);
-MUTILS_API const char* matu16_multiply_elem(const _uint16_mat* a, const _uint16_mat* b, void* intrp_ptr, _uint16_mat* r);
-MUTILS_API const char* mats16_multiply_elem(const _sint16_mat* a, const _sint16_mat* b, void* intrp_ptr, _sint16_mat* r);
-MUTILS_API const char* matu32_multiply_elem(const _uint32_mat* a, const _uint32_mat* b, void* intrp_ptr, _uint32_mat* r);
-MUTILS_API const char* mats32_multiply_elem(const _sint32_mat* a, const _sint32_mat* b, void* intrp_ptr, _sint32_mat* r);
+MUTILS_API const char* matu16_multiply_elem(const _uint16_mat* a, const _uint16_mat* b, void* intrp_ptr,
+                                            _uint16_mat* r);
+MUTILS_API const char* mats16_multiply_elem(const _sint16_mat* a, const _sint16_mat* b, void* intrp_ptr,
+                                            _sint16_mat* r);
+MUTILS_API const char* matu32_multiply_elem(const _uint32_mat* a, const _uint32_mat* b, void* intrp_ptr,
+                                            _uint32_mat* r);
+MUTILS_API const char* mats32_multiply_elem(const _sint32_mat* a, const _sint32_mat* b, void* intrp_ptr,
+                                            _sint32_mat* r);
 MUTILS_API const char* matuniv_multiply_elem(const _univ_mat* a, const _univ_mat* b, void* intrp_ptr, _univ_mat* r);
 /// @}
 

@@ -37,10 +37,13 @@ MUTILS_FOR_REAL_TYPES(MUTILS_ASSIGN)
 const char* matcpx_assign_scalar(_dcomplex s, void* i, _dcomplex_mat* r) { return assign_scalar<_dcomplex>(s, i, r); }
 
 const char* matuniv_assign(const _univ_mat* a, void* i, _univ_mat* r) {
-    return univ_apply(all_types{}, i, r, [&](auto t, const _univ_mat* ca, _univ_mat* cr) {
-        using T = typename decltype(t)::type;
-        return assign<T>(as<T>(ca), i, as<T>(cr));
-    }, a);
+    return univ_apply(
+        all_types{}, i, r,
+        [&](auto t, const _univ_mat* ca, _univ_mat* cr) {
+            using T = typename decltype(t)::type;
+            return assign<T>(as<T>(ca), i, as<T>(cr));
+        },
+        a);
 }
 
 const char* matuniv_assign_scalar(_univ_scalar s, void* i, _univ_mat* r) {

@@ -6,14 +6,31 @@ namespace mutils {
 namespace detail {
 namespace {
 
-struct And { template <class T> T operator()(T a, T b) const { return T(a & b); } };
-struct Or { template <class T> T operator()(T a, T b) const { return T(a | b); } };
-struct Xor { template <class T> T operator()(T a, T b) const { return T(a ^ b); } };
-struct Not { template <class T> T operator()(T a) const { return T(~wrap_t<T>(a)); } };
+struct And {
+    template <class T> T operator()(T a, T b) const { return T(a & b); }
+};
+struct Or {
+    template <class T> T operator()(T a, T b) const { return T(a | b); }
+};
+struct Xor {
+    template <class T> T operator()(T a, T b) const { return T(a ^ b); }
+};
+struct Not {
+    template <class T> T operator()(T a) const { return T(~wrap_t<T>(a)); }
+};
 
-template <class T> struct AndScalar { T s; T operator()(T a) const { return T(a & s); } };
-template <class T> struct OrScalar { T s; T operator()(T a) const { return T(a | s); } };
-template <class T> struct XorScalar { T s; T operator()(T a) const { return T(a ^ s); } };
+template <class T> struct AndScalar {
+    T s;
+    T operator()(T a) const { return T(a & s); }
+};
+template <class T> struct OrScalar {
+    T s;
+    T operator()(T a) const { return T(a | s); }
+};
+template <class T> struct XorScalar {
+    T s;
+    T operator()(T a) const { return T(a ^ s); }
+};
 
 // Shifts by a count checked against the width once, so no element is shifted by the width
 // or more (a zero result instead).
@@ -26,7 +43,9 @@ template <class T> struct ShiftRight {
     T operator()(T a) const { return T(wrap_t<T>(a) >> count); }
 };
 
-template <class T> struct Zero { T operator()(T) const { return T(0); } };
+template <class T> struct Zero {
+    T operator()(T) const { return T(0); }
+};
 
 template <class T, template <class> class Shift>
 const char* shift(const mat_t<T>* a, uint32_t count, void* intrp, mat_t<T>* r) {
@@ -36,10 +55,13 @@ const char* shift(const mat_t<T>* a, uint32_t count, void* intrp, mat_t<T>* r) {
 
 template <template <class> class Shift>
 const char* shift_univ(const _univ_mat* a, unsigned char count, void* intrp, _univ_mat* r) {
-    return univ_apply(unsigned_types{}, intrp, r, [&](auto t, const _univ_mat* ca, _univ_mat* cr) {
-        using T = typename decltype(t)::type;
-        return shift<T, Shift>(as<T>(ca), count, intrp, as<T>(cr));
-    }, a);
+    return univ_apply(
+        unsigned_types{}, intrp, r,
+        [&](auto t, const _univ_mat* ca, _univ_mat* cr) {
+            using T = typename decltype(t)::type;
+            return shift<T, Shift>(as<T>(ca), count, intrp, as<T>(cr));
+        },
+        a);
 }
 
 }  // namespace

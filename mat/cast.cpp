@@ -35,7 +35,7 @@ template <class S, class D> MUTILS_NO_TRAPPING_MATH inline D convert(S x, unsign
     } else if constexpr (std::is_floating_point_v<S> && std::is_integral_v<D>) {
         double v = std::floor(double(x) + 0.5);
         bad |= unsigned(!(v >= bounds<D>::lo) | !(v <= bounds<D>::hi));  // NaN does not fit
-        v = v >= bounds<D>::lo ? v : bounds<D>::lo;  // NaN goes to the minimum
+        v = v >= bounds<D>::lo ? v : bounds<D>::lo;                      // NaN goes to the minimum
         v = v <= bounds<D>::hi ? v : bounds<D>::hi;
         return D(v);
     } else if constexpr (std::is_same_v<S, double> && std::is_same_v<D, float>) {
@@ -55,7 +55,8 @@ template <class S, class D> MUTILS_NO_TRAPPING_MATH inline D convert(S x, unsign
 }
 
 // One conversion pass; returns non-zero when some value did not fit.
-template <class S, class D> MUTILS_CLONES MUTILS_NO_TRAPPING_MATH unsigned convert_pass(const S* src, D* dst, int64_t n) {
+template <class S, class D>
+MUTILS_CLONES MUTILS_NO_TRAPPING_MATH unsigned convert_pass(const S* src, D* dst, int64_t n) {
     unsigned bad = 0;
     for (int64_t i = 0; i < n; ++i) dst[i] = convert<S, D>(src[i], bad);
     return bad;
@@ -107,7 +108,8 @@ void matuniv_cast(const _univ_mat* a, unsigned char clip, void* intrp, _univ_mat
     validate_univ(a);
     validate_univ(r);
     if (a->type == MUTIL_DCOMPLEX) {
-        if (r->type == MUTIL_DCOMPLEX) return cast<_dcomplex, _dcomplex>(as<_dcomplex>(a), clip, intrp, as<_dcomplex>(r));
+        if (r->type == MUTIL_DCOMPLEX)
+            return cast<_dcomplex, _dcomplex>(as<_dcomplex>(a), clip, intrp, as<_dcomplex>(r));
         if (r->type == MUTIL_DOUBLE) return cast<_dcomplex, double>(as<_dcomplex>(a), clip, intrp, as<double>(r));
         raise(msg::illegal_data_type);
     }
@@ -127,13 +129,13 @@ void matuniv_cast(const _univ_mat* a, unsigned char clip, void* intrp, _univ_mat
     if (err) raise(err);
 }
 
-#define MUTILS_CAST_CLIP(A, B)                                                                        \
+#define MUTILS_CAST_CLIP(A, B)                                                                           \
     void mat##A##_cast_to_##B(const mat_t<T_##A>* a, unsigned char clip, void* intrp, mat_t<T_##B>* r) { \
-        cast<T_##A, T_##B>(a, clip != 0, intrp, r);                                                   \
+        cast<T_##A, T_##B>(a, clip != 0, intrp, r);                                                      \
     }
-#define MUTILS_CAST(A, B)                                                           \
+#define MUTILS_CAST(A, B)                                                            \
     void mat##A##_cast_to_##B(const mat_t<T_##A>* a, void* intrp, mat_t<T_##B>* r) { \
-        cast<T_##A, T_##B>(a, false, intrp, r);                                     \
+        cast<T_##A, T_##B>(a, false, intrp, r);                                      \
     }
 namespace {
 using T_dbl = double;

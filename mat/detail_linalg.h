@@ -31,9 +31,8 @@ template <class T> struct GemmWork {
 /// C (m x n, row stride ldc) = A (m x k, stride lda) * B (k x n, stride ldb) under `mode`.
 /// The work of each block (2 * rows * cols * depth) is charged to `poll`; returns "interrupted"
 /// when the poll asks to stop (C is then partly updated).
-template <class T>
-const char* gemm(GemmWork<T>& work, GemmMode mode, int64_t m, int64_t n, int64_t k, const T* a, int64_t lda,
-                 const T* b, int64_t ldb, T* c, int64_t ldc, Poll& poll);
+template <class T> const char* gemm(GemmWork<T>& work, GemmMode mode, int64_t m, int64_t n, int64_t k, const T* a,
+                                    int64_t lda, const T* b, int64_t ldb, T* c, int64_t ldc, Poll& poll);
 
 /// y[i] = y[i] - alpha * x[i] for i < n (each product and difference rounded on its own).
 template <class T> void axpy_subtract(T* y, const T* x, T alpha, int64_t n);

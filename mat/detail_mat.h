@@ -64,18 +64,24 @@ const char* zip_elements(const mat_t<T>* a, const mat_t<T>* b, void* intrp, mat_
 /// (so Op must keep the low bits: sums, differences, products, bit operations).
 template <class Op, class Types>
 const char* univ_zip(Types types, const _univ_mat* a, const _univ_mat* b, void* intrp, _univ_mat* r) {
-    return univ_apply(types, intrp, r, [&](auto t, const _univ_mat* ca, const _univ_mat* cb, _univ_mat* cr) {
-        using B = bits_t<typename decltype(t)::type>;
-        return zip_elements<B>(as<B>(ca), as<B>(cb), intrp, as<B>(cr), Op{});
-    }, a, b);
+    return univ_apply(
+        types, intrp, r,
+        [&](auto t, const _univ_mat* ca, const _univ_mat* cb, _univ_mat* cr) {
+            using B = bits_t<typename decltype(t)::type>;
+            return zip_elements<B>(as<B>(ca), as<B>(cb), intrp, as<B>(cr), Op{});
+        },
+        a, b);
 }
 
 /// The universal frame of R = op(A) for a stateless Op, run in R's own type.
 template <class Op, class Types> const char* univ_map(Types types, const _univ_mat* a, void* intrp, _univ_mat* r) {
-    return univ_apply(types, intrp, r, [&](auto t, const _univ_mat* ca, _univ_mat* cr) {
-        using T = typename decltype(t)::type;
-        return map_elements<T>(as<T>(ca), intrp, as<T>(cr), Op{});
-    }, a);
+    return univ_apply(
+        types, intrp, r,
+        [&](auto t, const _univ_mat* ca, _univ_mat* cr) {
+            using T = typename decltype(t)::type;
+            return map_elements<T>(as<T>(ca), intrp, as<T>(cr), Op{});
+        },
+        a);
 }
 
 /// The universal frame of R = op(A, s): A or R null gives "null pointer"; the scalar is brought
@@ -85,10 +91,13 @@ const char* univ_scalar_map(Types types, const _univ_mat* a, _univ_scalar s, voi
     if (!a || !r) return msg::null_pointer;
     _univ_scalar cs;
     MUTILS_TRY(scalar_to(s, r->type, false, &cs));
-    return univ_apply(types, intrp, r, [&](auto t, const _univ_mat* ca, _univ_mat* cr) {
-        using T = typename decltype(t)::type;
-        return map_elements<T>(as<T>(ca), intrp, as<T>(cr), Op<T>{scalar_get<T>(cs)});
-    }, a);
+    return univ_apply(
+        types, intrp, r,
+        [&](auto t, const _univ_mat* ca, _univ_mat* cr) {
+            using T = typename decltype(t)::type;
+            return map_elements<T>(as<T>(ca), intrp, as<T>(cr), Op<T>{scalar_get<T>(cs)});
+        },
+        a);
 }
 
 }  // namespace detail

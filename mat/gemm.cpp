@@ -49,9 +49,9 @@ template <class V, class T> [[gnu::always_inline]] inline V load(const T* p) {
 template <class V, class T> [[gnu::always_inline]] inline void store(T* p, V v) { std::memcpy(p, &v, sizeof(V)); }
 
 /// One MR x NR tile of C: kc steps of the inner index over packed strips of A and B.
-template <class T, bool Sub>
-[[gnu::always_inline]] inline void tile(int64_t kc, const T* __restrict a, const T* __restrict b, T* c, int64_t ldc,
-                                        bool from_c) {
+template <class T, bool Sub> [[gnu::always_inline]] inline void tile(int64_t kc, const T* __restrict a,
+                                                                     const T* __restrict b, T* c, int64_t ldc,
+                                                                     bool from_c) {
     using V = typename Vec<T>::type;
     constexpr int L = Vec<T>::lanes;
     V acc[MR][2];
@@ -89,8 +89,7 @@ template <class T, bool Sub>
 /// Every tile of one packed block pair; edge tiles go through a small buffer so that only the
 /// valid part of C is read and written.
 template <class T, bool Sub>
-MUTILS_CLONES void block(int64_t mc, int64_t nc, int64_t kc, const T* ap, const T* bp, T* c, int64_t ldc,
-                         bool from_c) {
+MUTILS_CLONES void block(int64_t mc, int64_t nc, int64_t kc, const T* ap, const T* bp, T* c, int64_t ldc, bool from_c) {
     constexpr int N = NR<T>;
     alignas(64) T buf[MR * N];
     for (int64_t j = 0; j < nc; j += N) {
@@ -155,9 +154,8 @@ template <class T> GemmWork<T> GemmWork<T>::make(int64_t max_cols, int64_t max_i
     return w;
 }
 
-template <class T>
-const char* gemm(GemmWork<T>& work, GemmMode mode, int64_t m, int64_t n, int64_t k, const T* a, int64_t lda,
-                 const T* b, int64_t ldb, T* c, int64_t ldc, Poll& poll) {
+template <class T> const char* gemm(GemmWork<T>& work, GemmMode mode, int64_t m, int64_t n, int64_t k, const T* a,
+                                    int64_t lda, const T* b, int64_t ldb, T* c, int64_t ldc, Poll& poll) {
     if (m <= 0 || n <= 0) return nullptr;
     if (k <= 0) {
         if (mode == GemmMode::Assign)

@@ -86,8 +86,8 @@ const char* histogram(const mat_t<T>* a, double lower, double upper, unsigned ch
             bin_block(value, kValues, rule, slot);
             for (int64_t v = 0; v < kValues; ++v)
                 if (slot[v] < bins)
-                    h->data[slot[v]] += per_value[v] + per_value[kValues + v] + per_value[2 * kValues + v] +
-                                        per_value[3 * kValues + v];
+                    h->data[slot[v]] +=
+                        per_value[v] + per_value[kValues + v] + per_value[2 * kValues + v] + per_value[3 * kValues + v];
             return poll.add(2.0 * double(n));
         }
     }
@@ -157,8 +157,7 @@ template <class U> inline int64_t entry_of(U x, int64_t entries) {
 
 /// R(i) = entry[A(i)] once the table holds A's element type: only the bits matter then, so
 /// same-width integer types share this body. Every element is checked before anything is written.
-template <class U>
-const char* lookup(const mat_t<U>* a, const U* entry, int64_t entries, void* intrp, mat_t<U>* r) {
+template <class U> const char* lookup(const mat_t<U>* a, const U* entry, int64_t entries, void* intrp, mat_t<U>* r) {
     const int64_t n = a->nelem;
     for (int64_t i = 0; i < n; ++i)
         if (entry_of(a->data[i], entries) < 0) return msg::illegal_data_value;
@@ -193,13 +192,13 @@ using histogram_types = types<unsigned char, uint16_t, int32_t, double>;
 
 using namespace detail;
 
-#define MUTILS_HISTOGRAM(CODE, T)                                                                               \
-    const char* mat##CODE##_histogram(const mat_t<T>* a, double lo, double hi, unsigned char f, void* i,       \
-                                      _uint32_mat* h) {                                                         \
-        return histogram<T>(a, lo, hi, f, i, h);                                                                \
-    }                                                                                                           \
+#define MUTILS_HISTOGRAM(CODE, T)                                                                                   \
+    const char* mat##CODE##_histogram(const mat_t<T>* a, double lo, double hi, unsigned char f, void* i,            \
+                                      _uint32_mat* h) {                                                             \
+        return histogram<T>(a, lo, hi, f, i, h);                                                                    \
+    }                                                                                                               \
     const char* mat##CODE##_threshold(const mat_t<T>* a, double lo, double hi, T out, T in, void* i, mat_t<T>* r) { \
-        return threshold<T>(a, lo, hi, out, in, i, r);                                                          \
+        return threshold<T>(a, lo, hi, out, in, i, r);                                                              \
     }
 MUTILS_HISTOGRAM(dbl, double)
 MUTILS_HISTOGRAM(s32, int32_t)
@@ -207,9 +206,9 @@ MUTILS_HISTOGRAM(u16, uint16_t)
 MUTILS_HISTOGRAM(u8, unsigned char)
 #undef MUTILS_HISTOGRAM
 
-#define MUTILS_LOOKUP(CODE, T)                                                                    \
+#define MUTILS_LOOKUP(CODE, T)                                                                          \
     const char* mat##CODE##_table_lookup(const mat_t<T>* a, const _univ_mat* t, void* i, mat_t<T>* r) { \
-        return table_lookup<T>(a, t, i, r);                                                       \
+        return table_lookup<T>(a, t, i, r);                                                             \
     }
 MUTILS_LOOKUP(dbl, double)
 MUTILS_LOOKUP(flt, float)
@@ -221,9 +220,8 @@ MUTILS_LOOKUP(s32, int32_t)
 #undef MUTILS_LOOKUP
 
 const char* matuniv_histogram(const _univ_mat* a, double lo, double hi, unsigned char f, void* i, _uint32_mat* h) {
-    return univ_call(histogram_types{}, with(a, h), [&](auto t, auto* ta, auto* th) {
-        return histogram<MUTILS_T(t)>(ta, lo, hi, f, i, th);
-    });
+    return univ_call(histogram_types{}, with(a, h),
+                     [&](auto t, auto* ta, auto* th) { return histogram<MUTILS_T(t)>(ta, lo, hi, f, i, th); });
 }
 
 const char* matuniv_threshold(const _univ_mat* a, double lo, double hi, _univ_scalar outside, _univ_scalar inside,
@@ -238,9 +236,8 @@ const char* matuniv_threshold(const _univ_mat* a, double lo, double hi, _univ_sc
 }
 
 const char* matuniv_table_lookup(const _univ_mat* a, const _univ_mat* table, void* i, _univ_mat* r) {
-    return univ_call(real_types{}, with(a, pass(table), r), [&](auto t, auto* ta, auto* tt, auto* tr) {
-        return table_lookup<MUTILS_T(t)>(ta, tt, i, tr);
-    });
+    return univ_call(real_types{}, with(a, pass(table), r),
+                     [&](auto t, auto* ta, auto* tt, auto* tr) { return table_lookup<MUTILS_T(t)>(ta, tt, i, tr); });
 }
 
 }  // namespace mutils

@@ -49,33 +49,48 @@ namespace mutils {
 /// @{
 /// `histogram` for each element type declared here; the contract, element types and messages are in the file
 /// description.
-MUTILS_API const char* matdbl_histogram(const _double_mat* a, double lower, double upper, unsigned char include_lower, void* intrp_ptr, _uint32_mat* counts);
-MUTILS_API const char* matu8_histogram(const _uint8_mat* a, double lower, double upper, unsigned char include_lower, void* intrp_ptr, _uint32_mat* counts);
-MUTILS_API const char* matu16_histogram(const _uint16_mat* a, double lower, double upper, unsigned char include_lower, void* intrp_ptr, _uint32_mat* counts);
-MUTILS_API const char* mats32_histogram(const _sint32_mat* a, double lower, double upper, unsigned char include_lower, void* intrp_ptr, _uint32_mat* counts);
-MUTILS_API const char* matuniv_histogram(const _univ_mat* a, double lower, double upper, unsigned char include_lower, void* intrp_ptr, _uint32_mat* counts);
+MUTILS_API const char* matdbl_histogram(const _double_mat* a, double lower, double upper, unsigned char include_lower,
+                                        void* intrp_ptr, _uint32_mat* counts);
+MUTILS_API const char* matu8_histogram(const _uint8_mat* a, double lower, double upper, unsigned char include_lower,
+                                       void* intrp_ptr, _uint32_mat* counts);
+MUTILS_API const char* matu16_histogram(const _uint16_mat* a, double lower, double upper, unsigned char include_lower,
+                                        void* intrp_ptr, _uint32_mat* counts);
+MUTILS_API const char* mats32_histogram(const _sint32_mat* a, double lower, double upper, unsigned char include_lower,
+                                        void* intrp_ptr, _uint32_mat* counts);
+MUTILS_API const char* matuniv_histogram(const _univ_mat* a, double lower, double upper, unsigned char include_lower,
+                                         void* intrp_ptr, _uint32_mat* counts);
 /// @}
 
 /// @{
 /// `threshold` for each element type declared here; the contract, element types and messages are in the file
 /// description.
-MUTILS_API const char* matdbl_threshold(const _double_mat* a, double lower, double upper, double outside, double inside, void* intrp_ptr, _double_mat* r);
-MUTILS_API const char* matu8_threshold(const _uint8_mat* a, double lower, double upper, unsigned char outside, unsigned char inside, void* intrp_ptr, _uint8_mat* r);
-MUTILS_API const char* matu16_threshold(const _uint16_mat* a, double lower, double upper, uint16_t outside, uint16_t inside, void* intrp_ptr, _uint16_mat* r);
-MUTILS_API const char* mats32_threshold(const _sint32_mat* a, double lower, double upper, int32_t outside, int32_t inside, void* intrp_ptr, _sint32_mat* r);
-MUTILS_API const char* matuniv_threshold(const _univ_mat* a, double lower, double upper, _univ_scalar outside, _univ_scalar inside, void* intrp_ptr, _univ_mat* r);
+MUTILS_API const char* matdbl_threshold(const _double_mat* a, double lower, double upper, double outside, double inside,
+                                        void* intrp_ptr, _double_mat* r);
+MUTILS_API const char* matu8_threshold(const _uint8_mat* a, double lower, double upper, unsigned char outside,
+                                       unsigned char inside, void* intrp_ptr, _uint8_mat* r);
+MUTILS_API const char* matu16_threshold(const _uint16_mat* a, double lower, double upper, uint16_t outside,
+                                        uint16_t inside, void* intrp_ptr, _uint16_mat* r);
+MUTILS_API const char* mats32_threshold(const _sint32_mat* a, double lower, double upper, int32_t outside,
+                                        int32_t inside, void* intrp_ptr, _sint32_mat* r);
+MUTILS_API const char* matuniv_threshold(const _univ_mat* a, double lower, double upper, _univ_scalar outside,
+                                         _univ_scalar inside, void* intrp_ptr, _univ_mat* r);
 /// @}
 
 /// @{
 /// `table_lookup` for each element type declared here; the contract, element types and messages are in the file
 /// description.
-MUTILS_API const char* matdbl_table_lookup(const _double_mat* a, const _univ_mat* table, void* intrp_ptr, _double_mat* r);
+MUTILS_API const char* matdbl_table_lookup(const _double_mat* a, const _univ_mat* table, void* intrp_ptr,
+                                           _double_mat* r);
 MUTILS_API const char* matflt_table_lookup(const _float_mat* a, const _univ_mat* table, void* intrp_ptr, _float_mat* r);
 MUTILS_API const char* matu8_table_lookup(const _uint8_mat* a, const _univ_mat* table, void* intrp_ptr, _uint8_mat* r);
-MUTILS_API const char* matu16_table_lookup(const _uint16_mat* a, const _univ_mat* table, void* intrp_ptr, _uint16_mat* r);
-MUTILS_API const char* matu32_table_lookup(const _uint32_mat* a, const _univ_mat* table, void* intrp_ptr, _uint32_mat* r);
-MUTILS_API const char* mats16_table_lookup(const _sint16_mat* a, const _univ_mat* table, void* intrp_ptr, _sint16_mat* r);
-MUTILS_API const char* mats32_table_lookup(const _sint32_mat* a, const _univ_mat* table, void* intrp_ptr, _sint32_mat* r);
+MUTILS_API const char* matu16_table_lookup(const _uint16_mat* a, const _univ_mat* table, void* intrp_ptr,
+                                           _uint16_mat* r);
+MUTILS_API const char* matu32_table_lookup(const _uint32_mat* a, const _univ_mat* table, void* intrp_ptr,
+                                           _uint32_mat* r);
+MUTILS_API const char* mats16_table_lookup(const _sint16_mat* a, const _univ_mat* table, void* intrp_ptr,
+                                           _sint16_mat* r);
+MUTILS_API const char* mats32_table_lookup(const _sint32_mat* a, const _univ_mat* table, void* intrp_ptr,
+                                           _sint32_mat* r);
 MUTILS_API const char* matuniv_table_lookup(const _univ_mat* a, const _univ_mat* table, void* intrp_ptr, _univ_mat* r);
 /// @}
 

@@ -29,8 +29,8 @@ template <class T> const char* multiply(const mat_t<T>* a, const mat_t<T>* b, vo
     MUTILS_TRY(require_distinct(p, b));
     Poll poll(intrp);
     GemmWork<T> work = GemmWork<T>::make(p->ncol, a->ncol);
-    return gemm(work, GemmMode::Assign, p->nrow, p->ncol, a->ncol, a->data, a->ncol, b->data, b->ncol, p->data,
-                p->ncol, poll);
+    return gemm(work, GemmMode::Assign, p->nrow, p->ncol, a->ncol, a->data, a->ncol, b->data, b->ncol, p->data, p->ncol,
+                poll);
 }
 
 // ---- LU decomposition -----------------------------------------------------------------------
@@ -229,14 +229,14 @@ struct Nnls {
     int64_t m, n;
     const double* A;
     const double* b;
-    double* x;         // n, the iterate
-    double* z;         // n, subproblem solution (entries of free columns)
-    double* w;         // n, gradient A^T (b - A x)
-    double* resid;     // m
-    double* q;         // m x n column-major: the free columns, overwritten by their QR
-    double* qb;        // m, Q^T b
-    double* rdiag;     // n
-    double* colnorm;   // n, norms of A's columns
+    double* x;        // n, the iterate
+    double* z;        // n, subproblem solution (entries of free columns)
+    double* w;        // n, gradient A^T (b - A x)
+    double* resid;    // m
+    double* q;        // m x n column-major: the free columns, overwritten by their QR
+    double* qb;       // m, Q^T b
+    double* rdiag;    // n
+    double* colnorm;  // n, norms of A's columns
     int32_t* free_cols;
     int64_t nfree = 0;
     bool* is_free;
@@ -427,9 +427,9 @@ const char* jacobi(double* s, int64_t k, double* d, double* v) {
                 const double apq = s[p * k + q];
                 if (apq == 0.0) continue;
                 const double theta = (s[q * k + q] - s[p * k + p]) / (2.0 * apq);
-                double t = std::fabs(theta) > 1e150 ? 0.5 / theta
-                                                     : (theta >= 0 ? 1.0 : -1.0) /
-                                                           (std::fabs(theta) + std::sqrt(theta * theta + 1.0));
+                double t = std::fabs(theta) > 1e150
+                               ? 0.5 / theta
+                               : (theta >= 0 ? 1.0 : -1.0) / (std::fabs(theta) + std::sqrt(theta * theta + 1.0));
                 const double c = 1.0 / std::sqrt(t * t + 1.0), sn = t * c;
                 for (int64_t r = 0; r < k; ++r) {
                     const double arp = s[r * k + p], arq = s[r * k + q];
@@ -552,9 +552,8 @@ const char* matdbl_lu_decomposition(const _double_mat* a, void* i, _sint32_mat* 
     return lu_decomposition(a, i, index, lu);
 }
 const char* matuniv_lu_decomposition(const _univ_mat* a, void* i, _univ_mat* index, _univ_mat* lu) {
-    return univ_call(types<double>{}, with(a, fixed<int32_t>(index), lu), [&](auto, auto* ta, auto* tx, auto* tlu) {
-        return lu_decomposition(ta, i, tx, tlu);
-    });
+    return univ_call(types<double>{}, with(a, fixed<int32_t>(index), lu),
+                     [&](auto, auto* ta, auto* tx, auto* tlu) { return lu_decomposition(ta, i, tx, tlu); });
 }
 
 const char* matdbl_lu_solve(const _double_mat* lu, const _double_mat* b, const _sint32_mat* index, void* i,
@@ -562,9 +561,8 @@ const char* matdbl_lu_solve(const _double_mat* lu, const _double_mat* b, const _
     return lu_solve(lu, b, index, i, x);
 }
 const char* matuniv_lu_solve(const _univ_mat* lu, const _univ_mat* b, const _univ_mat* index, void* i, _univ_mat* x) {
-    return univ_call(types<double>{}, with(lu, b, fixed<int32_t>(index), x), [&](auto, auto* tlu, auto* tb, auto* tx, auto* r) {
-        return lu_solve(tlu, tb, tx, i, r);
-    });
+    return univ_call(types<double>{}, with(lu, b, fixed<int32_t>(index), x),
+                     [&](auto, auto* tlu, auto* tb, auto* tx, auto* r) { return lu_solve(tlu, tb, tx, i, r); });
 }
 
 const char* matdbl_inverse(const _double_mat* a, void* i, _double_mat* r) { return inverse(a, i, r); }

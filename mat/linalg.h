@@ -89,8 +89,7 @@ MUTILS_API const char* matuniv_multiply(const _univ_mat* a, const _univ_mat* b, 
 /// description.
 MUTILS_API const char* matdbl_lu_decomposition(const _double_mat* a, void* intrp_ptr, _sint32_mat* index,
                                                _double_mat* lu);
-MUTILS_API const char* matuniv_lu_decomposition(const _univ_mat* a, void* intrp_ptr, _univ_mat* index,
-                                                _univ_mat* lu);
+MUTILS_API const char* matuniv_lu_decomposition(const _univ_mat* a, void* intrp_ptr, _univ_mat* index, _univ_mat* lu);
 /// @}
 
 /// @{
@@ -110,8 +109,8 @@ MUTILS_API const char* matuniv_inverse(const _univ_mat* a, void* intrp_ptr, _uni
 /// @}
 
 /// `matdbl_non_negative_least_squares`: the contract, element types and messages are in the file description.
-MUTILS_API const char* matdbl_non_negative_least_squares(const _double_mat* a, const _double_mat* b,
-                                                         void* intrp_ptr, _double_mat* x);
+MUTILS_API const char* matdbl_non_negative_least_squares(const _double_mat* a, const _double_mat* b, void* intrp_ptr,
+                                                         _double_mat* x);
 
 /// @{
 /// `principal_components_analysis` for each element type declared here; the contract, element types and messages

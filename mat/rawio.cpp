@@ -61,12 +61,12 @@ template <class T> const char* write_raw(FILE* f, const mat_t<T>* m, bool swap, 
 
 using namespace detail;
 
-#define MUTILS_RAWIO(CODE, T)                                                                                  \
-    const char* mat##CODE##_read_raw(FILE* f, int32_t offset, unsigned char swap, void* i, mat_t<T>* m) {     \
-        return read_raw<T>(f, offset, swap != 0, i, m);                                                       \
-    }                                                                                                         \
-    const char* mat##CODE##_write_raw(FILE* f, const mat_t<T>* m, unsigned char swap, void* i) {              \
-        return write_raw<T>(f, m, swap != 0, i);                                                              \
+#define MUTILS_RAWIO(CODE, T)                                                                             \
+    const char* mat##CODE##_read_raw(FILE* f, int32_t offset, unsigned char swap, void* i, mat_t<T>* m) { \
+        return read_raw<T>(f, offset, swap != 0, i, m);                                                   \
+    }                                                                                                     \
+    const char* mat##CODE##_write_raw(FILE* f, const mat_t<T>* m, unsigned char swap, void* i) {          \
+        return write_raw<T>(f, m, swap != 0, i);                                                          \
     }
 MUTILS_RAWIO(dbl, double)
 MUTILS_RAWIO(flt, float)

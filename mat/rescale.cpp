@@ -66,10 +66,13 @@ const char* matuniv_rescale(const _univ_mat* a, _univ_scalar lo, _univ_scalar hi
     _univ_scalar clo, chi;
     MUTILS_TRY(scalar_to(lo, r->type, false, &clo));
     MUTILS_TRY(scalar_to(hi, r->type, false, &chi));
-    return univ_apply_whole(real_types{}, i, r, [&](auto t, const _univ_mat* ca, _univ_mat* cr) {
-        using T = typename decltype(t)::type;
-        return rescale<T>(as<T>(ca), scalar_get<T>(clo), scalar_get<T>(chi), i, as<T>(cr));
-    }, a);
+    return univ_apply_whole(
+        real_types{}, i, r,
+        [&](auto t, const _univ_mat* ca, _univ_mat* cr) {
+            using T = typename decltype(t)::type;
+            return rescale<T>(as<T>(ca), scalar_get<T>(clo), scalar_get<T>(chi), i, as<T>(cr));
+        },
+        a);
 }
 
 }  // namespace mutils

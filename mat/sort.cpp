@@ -287,12 +287,12 @@ using permute_types = types<unsigned char, int16_t, int32_t, float, double>;
 
 using namespace detail;
 
-#define MUTILS_ORDER(CODE, T)                                                                                  \
+#define MUTILS_ORDER(CODE, T)                                                                                      \
     const char* mat##CODE##_sort_index_partial(const mat_t<T>* a, const _sint32_mat* p, void* i, _sint32_mat* x) { \
-        return sort_index_partial<T>(a, p, i, x);                                                              \
-    }                                                                                                          \
-    const char* mat##CODE##_unique(const mat_t<T>* a, unsigned char f, void* i, mat_t<T>* r) {                 \
-        return unique<T>(a, f, i, r);                                                                          \
+        return sort_index_partial<T>(a, p, i, x);                                                                  \
+    }                                                                                                              \
+    const char* mat##CODE##_unique(const mat_t<T>* a, unsigned char f, void* i, mat_t<T>* r) {                     \
+        return unique<T>(a, f, i, r);                                                                              \
     }
 MUTILS_ORDER(dbl, double)
 MUTILS_ORDER(flt, float)
@@ -303,9 +303,9 @@ MUTILS_ORDER(s16, int16_t)
 MUTILS_ORDER(s32, int32_t)
 #undef MUTILS_ORDER
 
-#define MUTILS_PERMUTE(CODE, T)                                                                       \
+#define MUTILS_PERMUTE(CODE, T)                                                                      \
     const char* mat##CODE##_permute(const mat_t<T>* a, const _sint32_mat* x, void* i, mat_t<T>* r) { \
-        return permute<T>(a, x, i, r);                                                                \
+        return permute<T>(a, x, i, r);                                                               \
     }
 MUTILS_PERMUTE(dbl, double)
 MUTILS_PERMUTE(flt, float)
@@ -315,27 +315,28 @@ MUTILS_PERMUTE(s32, int32_t)
 #undef MUTILS_PERMUTE
 
 const char* matuniv_sort_index_partial(const _univ_mat* a, const _sint32_mat* p, void* i, _sint32_mat* x) {
-    return univ_call(real_types{}, with(a, x), [&](auto t, auto* ta, auto* tx) {
-        return sort_index_partial<MUTILS_T(t)>(ta, p, i, tx);
-    });
+    return univ_call(real_types{}, with(a, x),
+                     [&](auto t, auto* ta, auto* tx) { return sort_index_partial<MUTILS_T(t)>(ta, p, i, tx); });
 }
 
 const char* matuniv_permute(const _univ_mat* a, const _sint32_mat* x, void* i, _univ_mat* r) {
-    return univ_call(permute_types{}, with(a, x, r), [&](auto t, auto* ta, auto* tx, auto* tr) {
-        return permute<MUTILS_T(t)>(ta, tx, i, tr);
-    });
+    return univ_call(permute_types{}, with(a, x, r),
+                     [&](auto t, auto* ta, auto* tx, auto* tr) { return permute<MUTILS_T(t)>(ta, tx, i, tr); });
 }
 
 const char* matuniv_unique(const _univ_mat* a, unsigned char f, void* i, _univ_mat* r) {
-    return univ_call(real_types{}, with(a, r), [&](auto t, auto* ta, auto* tr) { return unique<MUTILS_T(t)>(ta, f, i, tr); });
+    return univ_call(real_types{}, with(a, r),
+                     [&](auto t, auto* ta, auto* tr) { return unique<MUTILS_T(t)>(ta, f, i, tr); });
 }
 
 const char* matuniv_sort(const _univ_mat* a, void* i, _univ_mat* r) {
-    return univ_call(real_types{}, with(a, r), [&](auto t, auto* ta, auto* tr) { return sort_values<MUTILS_T(t)>(ta, i, tr); });
+    return univ_call(real_types{}, with(a, r),
+                     [&](auto t, auto* ta, auto* tr) { return sort_values<MUTILS_T(t)>(ta, i, tr); });
 }
 
 const char* matuniv_median(const _univ_mat* a, void* i, double* out) {
-    return univ_call(real_types{}, with(a, out), [&](auto t, auto* ta, auto* to) { return median<MUTILS_T(t)>(ta, i, to); });
+    return univ_call(real_types{}, with(a, out),
+                     [&](auto t, auto* ta, auto* to) { return median<MUTILS_T(t)>(ta, i, to); });
 }
 
 const char* matuniv_quantiles(const _univ_mat* a, const _univ_mat* q, void* i, _univ_mat* r) {

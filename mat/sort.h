@@ -68,14 +68,22 @@ namespace mutils {
 /// @{
 /// `sort_index_partial` for each element type declared here; the contract, element types and messages are in the
 /// file description.
-MUTILS_API const char* matdbl_sort_index_partial(const _double_mat* a, const _sint32_mat* positions, void* intrp_ptr, _sint32_mat* index);
-MUTILS_API const char* matflt_sort_index_partial(const _float_mat* a, const _sint32_mat* positions, void* intrp_ptr, _sint32_mat* index);
-MUTILS_API const char* matu8_sort_index_partial(const _uint8_mat* a, const _sint32_mat* positions, void* intrp_ptr, _sint32_mat* index);
-MUTILS_API const char* matu16_sort_index_partial(const _uint16_mat* a, const _sint32_mat* positions, void* intrp_ptr, _sint32_mat* index);
-MUTILS_API const char* matu32_sort_index_partial(const _uint32_mat* a, const _sint32_mat* positions, void* intrp_ptr, _sint32_mat* index);
-MUTILS_API const char* mats16_sort_index_partial(const _sint16_mat* a, const _sint32_mat* positions, void* intrp_ptr, _sint32_mat* index);
-MUTILS_API const char* mats32_sort_index_partial(const _sint32_mat* a, const _sint32_mat* positions, void* intrp_ptr, _sint32_mat* index);
-MUTILS_API const char* matuniv_sort_index_partial(const _univ_mat* a, const _sint32_mat* positions, void* intrp_ptr, _sint32_mat* index);
+MUTILS_API const char* matdbl_sort_index_partial(const _double_mat* a, const _sint32_mat* positions, void* intrp_ptr,
+                                                 _sint32_mat* index);
+MUTILS_API const char* matflt_sort_index_partial(const _float_mat* a, const _sint32_mat* positions, void* intrp_ptr,
+                                                 _sint32_mat* index);
+MUTILS_API const char* matu8_sort_index_partial(const _uint8_mat* a, const _sint32_mat* positions, void* intrp_ptr,
+                                                _sint32_mat* index);
+MUTILS_API const char* matu16_sort_index_partial(const _uint16_mat* a, const _sint32_mat* positions, void* intrp_ptr,
+                                                 _sint32_mat* index);
+MUTILS_API const char* matu32_sort_index_partial(const _uint32_mat* a, const _sint32_mat* positions, void* intrp_ptr,
+                                                 _sint32_mat* index);
+MUTILS_API const char* mats16_sort_index_partial(const _sint16_mat* a, const _sint32_mat* positions, void* intrp_ptr,
+                                                 _sint32_mat* index);
+MUTILS_API const char* mats32_sort_index_partial(const _sint32_mat* a, const _sint32_mat* positions, void* intrp_ptr,
+                                                 _sint32_mat* index);
+MUTILS_API const char* matuniv_sort_index_partial(const _univ_mat* a, const _sint32_mat* positions, void* intrp_ptr,
+                                                  _sint32_mat* index);
 /// @}
 
 /// @{
@@ -92,14 +100,22 @@ MUTILS_API const char* matuniv_permute(const _univ_mat* a, const _sint32_mat* in
 /// @{
 /// `unique` for each element type declared here; the contract, element types and messages are in the file
 /// description.
-MUTILS_API const char* matdbl_unique(const _double_mat* a, unsigned char first_appearance, void* intrp_ptr, _double_mat* r);
-MUTILS_API const char* matflt_unique(const _float_mat* a, unsigned char first_appearance, void* intrp_ptr, _float_mat* r);
-MUTILS_API const char* matu8_unique(const _uint8_mat* a, unsigned char first_appearance, void* intrp_ptr, _uint8_mat* r);
-MUTILS_API const char* matu16_unique(const _uint16_mat* a, unsigned char first_appearance, void* intrp_ptr, _uint16_mat* r);
-MUTILS_API const char* matu32_unique(const _uint32_mat* a, unsigned char first_appearance, void* intrp_ptr, _uint32_mat* r);
-MUTILS_API const char* mats16_unique(const _sint16_mat* a, unsigned char first_appearance, void* intrp_ptr, _sint16_mat* r);
-MUTILS_API const char* mats32_unique(const _sint32_mat* a, unsigned char first_appearance, void* intrp_ptr, _sint32_mat* r);
-MUTILS_API const char* matuniv_unique(const _univ_mat* a, unsigned char first_appearance, void* intrp_ptr, _univ_mat* r);
+MUTILS_API const char* matdbl_unique(const _double_mat* a, unsigned char first_appearance, void* intrp_ptr,
+                                     _double_mat* r);
+MUTILS_API const char* matflt_unique(const _float_mat* a, unsigned char first_appearance, void* intrp_ptr,
+                                     _float_mat* r);
+MUTILS_API const char* matu8_unique(const _uint8_mat* a, unsigned char first_appearance, void* intrp_ptr,
+                                    _uint8_mat* r);
+MUTILS_API const char* matu16_unique(const _uint16_mat* a, unsigned char first_appearance, void* intrp_ptr,
+                                     _uint16_mat* r);
+MUTILS_API const char* matu32_unique(const _uint32_mat* a, unsigned char first_appearance, void* intrp_ptr,
+                                     _uint32_mat* r);
+MUTILS_API const char* mats16_unique(const _sint16_mat* a, unsigned char first_appearance, void* intrp_ptr,
+                                     _sint16_mat* r);
+MUTILS_API const char* mats32_unique(const _sint32_mat* a, unsigned char first_appearance, void* intrp_ptr,
+                                     _sint32_mat* r);
+MUTILS_API const char* matuniv_unique(const _univ_mat* a, unsigned char first_appearance, void* intrp_ptr,
+                                      _univ_mat* r);
 /// @}
 
 /// @{

@@ -11,10 +11,11 @@ namespace detail {
 namespace {
 
 template <class T> inline bool is_nan(T x) {
-    if constexpr (std::is_floating_point_v<T>) return x != x;
-    else return false;
+    if constexpr (std::is_floating_point_v<T>)
+        return x != x;
+    else
+        return false;
 }
-
 
 // ---- sums -----------------------------------------------------------------------------------
 
@@ -245,7 +246,8 @@ template <class T> const char* number_equal_scalar(const mat_t<T>* a, T s, void*
 /// Whether v is a value of T (then stored in *out).
 template <class T> bool exact_value(double v, T* out) {
     if constexpr (std::is_integral_v<T>) {
-        if (!(v >= double(std::numeric_limits<T>::lowest()) && v <= double(std::numeric_limits<T>::max()))) return false;
+        if (!(v >= double(std::numeric_limits<T>::lowest()) && v <= double(std::numeric_limits<T>::max())))
+            return false;
         if (v != std::floor(v)) return false;
     } else if constexpr (std::is_same_v<T, float>) {
         if (double(float(v)) != v) return false;
@@ -282,37 +284,37 @@ const char* mean_squared_error(const _univ_mat* a, const _univ_mat* b, void* int
 using namespace detail;
 
 // Sums and counts: s16 runs the u16 body and s32 the u32 body (the same bits either way).
-#define MUTILS_STATS_SHARED(CODE, T)                                                                              \
-    const char* mat##CODE##_sum(const mat_t<T>* a, void* i, T* s) {                                              \
-        return sum<bits_t<T>>(bits<T>(a), i, reinterpret_cast<bits_t<T>*>(s));                                   \
-    }                                                                                                             \
-    const char* mat##CODE##_cumulative_sum(const mat_t<T>* a, void* i, mat_t<T>* r) {                            \
-        return cumulative_sum<bits_t<T>>(bits<T>(a), i, bits<T>(r));                                             \
-    }                                                                                                             \
-    const char* mat##CODE##_sum_rows(const mat_t<T>* a, void* i, mat_t<T>* r) {                                  \
-        return sum_rows<bits_t<T>>(bits<T>(a), i, bits<T>(r));                                                   \
-    }                                                                                                             \
-    const char* mat##CODE##_sum_cols(const mat_t<T>* a, void* i, mat_t<T>* r) {                                  \
-        return sum_cols<bits_t<T>>(bits<T>(a), i, bits<T>(r));                                                   \
-    }                                                                                                             \
-    const char* mat##CODE##_number_equal(const mat_t<T>* a, const mat_t<T>* b, void* i, uint32_t* c) {           \
-        return number_equal<bits_t<T>>(bits<T>(a), bits<T>(b), i, c);                                            \
-    }                                                                                                             \
-    const char* mat##CODE##_number_equal_scalar(const mat_t<T>* a, T s, void* i, uint32_t* c) {                  \
-        return number_equal_scalar<bits_t<T>>(bits<T>(a), bits_t<T>(s), i, c);                                   \
+#define MUTILS_STATS_SHARED(CODE, T)                                                                   \
+    const char* mat##CODE##_sum(const mat_t<T>* a, void* i, T* s) {                                    \
+        return sum<bits_t<T>>(bits<T>(a), i, reinterpret_cast<bits_t<T>*>(s));                         \
+    }                                                                                                  \
+    const char* mat##CODE##_cumulative_sum(const mat_t<T>* a, void* i, mat_t<T>* r) {                  \
+        return cumulative_sum<bits_t<T>>(bits<T>(a), i, bits<T>(r));                                   \
+    }                                                                                                  \
+    const char* mat##CODE##_sum_rows(const mat_t<T>* a, void* i, mat_t<T>* r) {                        \
+        return sum_rows<bits_t<T>>(bits<T>(a), i, bits<T>(r));                                         \
+    }                                                                                                  \
+    const char* mat##CODE##_sum_cols(const mat_t<T>* a, void* i, mat_t<T>* r) {                        \
+        return sum_cols<bits_t<T>>(bits<T>(a), i, bits<T>(r));                                         \
+    }                                                                                                  \
+    const char* mat##CODE##_number_equal(const mat_t<T>* a, const mat_t<T>* b, void* i, uint32_t* c) { \
+        return number_equal<bits_t<T>>(bits<T>(a), bits<T>(b), i, c);                                  \
+    }                                                                                                  \
+    const char* mat##CODE##_number_equal_scalar(const mat_t<T>* a, T s, void* i, uint32_t* c) {        \
+        return number_equal_scalar<bits_t<T>>(bits<T>(a), bits_t<T>(s), i, c);                         \
     }
-#define MUTILS_STATS(CODE, T)                                                                                     \
-    const char* mat##CODE##_min(const mat_t<T>* a, const mat_t<T>* b, void* i, mat_t<T>* r) {                    \
-        return pick<Min, T>(a, b, i, r);                                                                          \
-    }                                                                                                             \
-    const char* mat##CODE##_max(const mat_t<T>* a, const mat_t<T>* b, void* i, mat_t<T>* r) {                    \
-        return pick<Max, T>(a, b, i, r);                                                                          \
-    }                                                                                                             \
-    const char* mat##CODE##_range(const mat_t<T>* a, void* i, T* lo, T* hi) { return range<T>(a, i, lo, hi); }  \
-    const char* mat##CODE##_range_robust(const mat_t<T>* a, T l, T u, void* i, T* lo, T* hi) {                   \
-        return range_robust<T>(a, l, u, i, lo, hi);                                                               \
-    }                                                                                                             \
-    const char* mat##CODE##_entropy(const mat_t<T>* a, void* i, double* h) { return entropy<T>(a, i, h); }        \
+#define MUTILS_STATS(CODE, T)                                                                                  \
+    const char* mat##CODE##_min(const mat_t<T>* a, const mat_t<T>* b, void* i, mat_t<T>* r) {                  \
+        return pick<Min, T>(a, b, i, r);                                                                       \
+    }                                                                                                          \
+    const char* mat##CODE##_max(const mat_t<T>* a, const mat_t<T>* b, void* i, mat_t<T>* r) {                  \
+        return pick<Max, T>(a, b, i, r);                                                                       \
+    }                                                                                                          \
+    const char* mat##CODE##_range(const mat_t<T>* a, void* i, T* lo, T* hi) { return range<T>(a, i, lo, hi); } \
+    const char* mat##CODE##_range_robust(const mat_t<T>* a, T l, T u, void* i, T* lo, T* hi) {                 \
+        return range_robust<T>(a, l, u, i, lo, hi);                                                            \
+    }                                                                                                          \
+    const char* mat##CODE##_entropy(const mat_t<T>* a, void* i, double* h) { return entropy<T>(a, i, h); }     \
     MUTILS_STATS_SHARED(CODE, T)
 MUTILS_STATS(dbl, double)
 MUTILS_STATS(flt, float)
@@ -335,11 +337,11 @@ const char* matuniv_sum(const _univ_mat* a, void* i, _univ_scalar* s) {
 }
 
 /// Cumulative sums and row and column sums: signed types run the unsigned body of their width.
-#define MUTILS_UNIV_SUMS(NAME)                                                                   \
-    const char* matuniv_##NAME(const _univ_mat* a, void* i, _univ_mat* r) {                       \
-        return univ_call(real_types{}, with(a, r), [&](auto t, auto* ta, auto* tr) {              \
-            return NAME<bits_t<MUTILS_T(t)>>(bits<MUTILS_T(t)>(ta), i, bits<MUTILS_T(t)>(tr));    \
-        });                                                                                       \
+#define MUTILS_UNIV_SUMS(NAME)                                                                 \
+    const char* matuniv_##NAME(const _univ_mat* a, void* i, _univ_mat* r) {                    \
+        return univ_call(real_types{}, with(a, r), [&](auto t, auto* ta, auto* tr) {           \
+            return NAME<bits_t<MUTILS_T(t)>>(bits<MUTILS_T(t)>(ta), i, bits<MUTILS_T(t)>(tr)); \
+        });                                                                                    \
     }
 MUTILS_UNIV_SUMS(cumulative_sum)
 MUTILS_UNIV_SUMS(sum_rows)
@@ -347,11 +349,13 @@ MUTILS_UNIV_SUMS(sum_cols)
 #undef MUTILS_UNIV_SUMS
 
 const char* matuniv_min(const _univ_mat* a, const _univ_mat* b, void* i, _univ_mat* r) {
-    return univ_call(real_types{}, with(a, b, r), [&](auto t, auto* x, auto* y, auto* z) { return pick<Min, MUTILS_T(t)>(x, y, i, z); });
+    return univ_call(real_types{}, with(a, b, r),
+                     [&](auto t, auto* x, auto* y, auto* z) { return pick<Min, MUTILS_T(t)>(x, y, i, z); });
 }
 
 const char* matuniv_max(const _univ_mat* a, const _univ_mat* b, void* i, _univ_mat* r) {
-    return univ_call(real_types{}, with(a, b, r), [&](auto t, auto* x, auto* y, auto* z) { return pick<Max, MUTILS_T(t)>(x, y, i, z); });
+    return univ_call(real_types{}, with(a, b, r),
+                     [&](auto t, auto* x, auto* y, auto* z) { return pick<Max, MUTILS_T(t)>(x, y, i, z); });
 }
 
 const char* matuniv_range(const _univ_mat* a, void* i, _univ_scalar* min, _univ_scalar* max) {
@@ -432,8 +436,8 @@ const char* matuniv_signal_to_noise_ratio(const _univ_mat* s, const _univ_mat* t
 MUTILS_PLAIN(matuniv_range, (const mutils::_univ_mat* a, void* i, mutils::_univ_scalar* lo, mutils::_univ_scalar* hi),
              (a, i, lo, hi))
 MUTILS_PLAIN(matdbl_sum, (const mutils::_double_mat* a, void* i, double* s), (a, i, s))
-MUTILS_PLAIN(matuniv_mean_squared_error,
-             (const mutils::_univ_mat* a, const mutils::_univ_mat* b, void* i, double* mse), (a, b, i, mse))
+MUTILS_PLAIN(matuniv_mean_squared_error, (const mutils::_univ_mat* a, const mutils::_univ_mat* b, void* i, double* mse),
+             (a, b, i, mse))
 MUTILS_PLAIN(matuniv_signal_to_noise_ratio,
              (const mutils::_univ_mat* s, const mutils::_univ_mat* t, void* i, double* ratio, unsigned char* inf),
              (s, t, i, ratio, inf))

@@ -145,14 +145,22 @@ MUTILS_API const char* matuniv_range(const _univ_mat* a, void* intrp_ptr, _univ_
 /// @{
 /// `range_robust` for each element type declared here; the contract, element types and messages are in the file
 /// description.
-MUTILS_API const char* matdbl_range_robust(const _double_mat* a, double lower, double upper, void* intrp_ptr, double* min, double* max);
-MUTILS_API const char* matflt_range_robust(const _float_mat* a, float lower, float upper, void* intrp_ptr, float* min, float* max);
-MUTILS_API const char* matu8_range_robust(const _uint8_mat* a, unsigned char lower, unsigned char upper, void* intrp_ptr, unsigned char* min, unsigned char* max);
-MUTILS_API const char* matu16_range_robust(const _uint16_mat* a, uint16_t lower, uint16_t upper, void* intrp_ptr, uint16_t* min, uint16_t* max);
-MUTILS_API const char* matu32_range_robust(const _uint32_mat* a, uint32_t lower, uint32_t upper, void* intrp_ptr, uint32_t* min, uint32_t* max);
-MUTILS_API const char* mats16_range_robust(const _sint16_mat* a, int16_t lower, int16_t upper, void* intrp_ptr, int16_t* min, int16_t* max);
-MUTILS_API const char* mats32_range_robust(const _sint32_mat* a, int32_t lower, int32_t upper, void* intrp_ptr, int32_t* min, int32_t* max);
-MUTILS_API const char* matuniv_range_robust(const _univ_mat* a, double lower, double upper, void* intrp_ptr, _univ_scalar* min, _univ_scalar* max);
+MUTILS_API const char* matdbl_range_robust(const _double_mat* a, double lower, double upper, void* intrp_ptr,
+                                           double* min, double* max);
+MUTILS_API const char* matflt_range_robust(const _float_mat* a, float lower, float upper, void* intrp_ptr, float* min,
+                                           float* max);
+MUTILS_API const char* matu8_range_robust(const _uint8_mat* a, unsigned char lower, unsigned char upper,
+                                          void* intrp_ptr, unsigned char* min, unsigned char* max);
+MUTILS_API const char* matu16_range_robust(const _uint16_mat* a, uint16_t lower, uint16_t upper, void* intrp_ptr,
+                                           uint16_t* min, uint16_t* max);
+MUTILS_API const char* matu32_range_robust(const _uint32_mat* a, uint32_t lower, uint32_t upper, void* intrp_ptr,
+                                           uint32_t* min, uint32_t* max);
+MUTILS_API const char* mats16_range_robust(const _sint16_mat* a, int16_t lower, int16_t upper, void* intrp_ptr,
+                                           int16_t* min, int16_t* max);
+MUTILS_API const char* mats32_range_robust(const _sint32_mat* a, int32_t lower, int32_t upper, void* intrp_ptr,
+                                           int32_t* min, int32_t* max);
+MUTILS_API const char* matuniv_range_robust(const _univ_mat* a, double lower, double upper, void* intrp_ptr,
+                                            _univ_scalar* min, _univ_scalar* max);
 /// @}
 
 /// @{
@@ -171,13 +179,18 @@ MUTILS_API const char* matuniv_entropy(const _univ_mat* a, void* intrp_ptr, doub
 /// @{
 /// `number_equal` for each element type declared here; the contract, element types and messages are in the file
 /// description.
-MUTILS_API const char* matdbl_number_equal(const _double_mat* a, const _double_mat* b, void* intrp_ptr, uint32_t* count);
+MUTILS_API const char* matdbl_number_equal(const _double_mat* a, const _double_mat* b, void* intrp_ptr,
+                                           uint32_t* count);
 MUTILS_API const char* matflt_number_equal(const _float_mat* a, const _float_mat* b, void* intrp_ptr, uint32_t* count);
 MUTILS_API const char* matu8_number_equal(const _uint8_mat* a, const _uint8_mat* b, void* intrp_ptr, uint32_t* count);
-MUTILS_API const char* matu16_number_equal(const _uint16_mat* a, const _uint16_mat* b, void* intrp_ptr, uint32_t* count);
-MUTILS_API const char* matu32_number_equal(const _uint32_mat* a, const _uint32_mat* b, void* intrp_ptr, uint32_t* count);
-MUTILS_API const char* mats16_number_equal(const _sint16_mat* a, const _sint16_mat* b, void* intrp_ptr, uint32_t* count);
-MUTILS_API const char* mats32_number_equal(const _sint32_mat* a, const _sint32_mat* b, void* intrp_ptr, uint32_t* count);
+MUTILS_API const char* matu16_number_equal(const _uint16_mat* a, const _uint16_mat* b, void* intrp_ptr,
+                                           uint32_t* count);
+MUTILS_API const char* matu32_number_equal(const _uint32_mat* a, const _uint32_mat* b, void* intrp_ptr,
+                                           uint32_t* count);
+MUTILS_API const char* mats16_number_equal(const _sint16_mat* a, const _sint16_mat* b, void* intrp_ptr,
+                                           uint32_t* count);
+MUTILS_API const char* mats32_number_equal(const _sint32_mat* a, const _sint32_mat* b, void* intrp_ptr,
+                                           uint32_t* count);
 MUTILS_API const char* matuniv_number_equal(const _univ_mat* a, const _univ_mat* b, void* intrp_ptr, uint32_t* count);
 /// @}
 
@@ -186,12 +199,14 @@ MUTILS_API const char* matuniv_number_equal(const _univ_mat* a, const _univ_mat*
 /// file description.
 MUTILS_API const char* matdbl_number_equal_scalar(const _double_mat* a, double s, void* intrp_ptr, uint32_t* count);
 MUTILS_API const char* matflt_number_equal_scalar(const _float_mat* a, float s, void* intrp_ptr, uint32_t* count);
-MUTILS_API const char* matu8_number_equal_scalar(const _uint8_mat* a, unsigned char s, void* intrp_ptr, uint32_t* count);
+MUTILS_API const char* matu8_number_equal_scalar(const _uint8_mat* a, unsigned char s, void* intrp_ptr,
+                                                 uint32_t* count);
 MUTILS_API const char* matu16_number_equal_scalar(const _uint16_mat* a, uint16_t s, void* intrp_ptr, uint32_t* count);
 MUTILS_API const char* matu32_number_equal_scalar(const _uint32_mat* a, uint32_t s, void* intrp_ptr, uint32_t* count);
 MUTILS_API const char* mats16_number_equal_scalar(const _sint16_mat* a, int16_t s, void* intrp_ptr, uint32_t* count);
 MUTILS_API const char* mats32_number_equal_scalar(const _sint32_mat* a, int32_t s, void* intrp_ptr, uint32_t* count);
-MUTILS_API const char* matuniv_number_equal_scalar(const _univ_mat* a, _univ_scalar s, void* intrp_ptr, uint32_t* count);
+MUTILS_API const char* matuniv_number_equal_scalar(const _univ_mat* a, _univ_scalar s, void* intrp_ptr,
+                                                   uint32_t* count);
 /// @}
 
 /// @{

@@ -159,15 +159,13 @@ using namespace detail;
     const char* mat##CODE##_flip_left_right(const mat_t<T>* a, void* i, mat_t<T>* r) {                           \
         return flip_left_right<T>(a, i, r);                                                                      \
     }                                                                                                            \
-    const char* mat##CODE##_flip_up_down(const mat_t<T>* a, void* i, mat_t<T>* r) {                              \
-        return flip_up_down<T>(a, i, r);                                                                         \
-    }
-#define MUTILS_STRUCT_REAL(CODE, T)                                                                             \
-    const char* mat##CODE##_assign_zeropad(const mat_t<T>* a, void* i, mat_t<T>* r) {                           \
-        return assign_zeropad<T>(a, i, r);                                                                      \
-    }                                                                                                           \
+    const char* mat##CODE##_flip_up_down(const mat_t<T>* a, void* i, mat_t<T>* r) { return flip_up_down<T>(a, i, r); }
+#define MUTILS_STRUCT_REAL(CODE, T)                                                                              \
+    const char* mat##CODE##_assign_zeropad(const mat_t<T>* a, void* i, mat_t<T>* r) {                            \
+        return assign_zeropad<T>(a, i, r);                                                                       \
+    }                                                                                                            \
     const char* mat##CODE##_translate(const mat_t<T>* a, int32_t dr, int32_t dc, T fill, void* i, mat_t<T>* r) { \
-        return translate<T>(a, dr, dc, fill, i, r);                                                             \
+        return translate<T>(a, dr, dc, fill, i, r);                                                              \
     }
 MUTILS_STRUCT_TYPED(dbl, double)
 MUTILS_STRUCT_TYPED(flt, float)
@@ -188,27 +186,23 @@ MUTILS_STRUCT_REAL(s32, int32_t)
 #undef MUTILS_STRUCT_REAL
 
 const char* matuniv_assign_submat(const _univ_mat* a, int32_t r0, int32_t c0, void* i, _univ_mat* r) {
-    return univ_call(all_types{}, with(a, r), [&](auto t, auto* ta, auto* tr) {
-        return assign_submat<MUTILS_T(t)>(ta, r0, c0, i, tr);
-    });
+    return univ_call(all_types{}, with(a, r),
+                     [&](auto t, auto* ta, auto* tr) { return assign_submat<MUTILS_T(t)>(ta, r0, c0, i, tr); });
 }
 
 const char* matuniv_extract(const _univ_mat* a, int32_t r0, int32_t c0, void* i, _univ_mat* r) {
-    return univ_call(all_types{}, with(a, r), [&](auto t, auto* ta, auto* tr) {
-        return extract<MUTILS_T(t)>(ta, r0, c0, i, tr);
-    });
+    return univ_call(all_types{}, with(a, r),
+                     [&](auto t, auto* ta, auto* tr) { return extract<MUTILS_T(t)>(ta, r0, c0, i, tr); });
 }
 
 const char* matuniv_assign_zeropad(const _univ_mat* a, void* i, _univ_mat* r) {
-    return univ_call(real_types{}, with(a, r), [&](auto t, auto* ta, auto* tr) {
-        return assign_zeropad<MUTILS_T(t)>(ta, i, tr);
-    });
+    return univ_call(real_types{}, with(a, r),
+                     [&](auto t, auto* ta, auto* tr) { return assign_zeropad<MUTILS_T(t)>(ta, i, tr); });
 }
 
 const char* matuniv_transpose(const _univ_mat* a, void* i, _univ_mat* r) {
-    return univ_call(all_types{}, with(a, r), [&](auto t, auto* ta, auto* tr) {
-        return transpose<MUTILS_T(t)>(ta, i, tr);
-    });
+    return univ_call(all_types{}, with(a, r),
+                     [&](auto t, auto* ta, auto* tr) { return transpose<MUTILS_T(t)>(ta, i, tr); });
 }
 
 const char* matuniv_translate(const _univ_mat* a, int32_t dr, int32_t dc, _univ_scalar fill, void* i, _univ_mat* r) {
@@ -221,15 +215,13 @@ const char* matuniv_translate(const _univ_mat* a, int32_t dr, int32_t dc, _univ_
 }
 
 const char* matuniv_flip_left_right(const _univ_mat* a, void* i, _univ_mat* r) {
-    return univ_call(all_types{}, with(a, r), [&](auto t, auto* ta, auto* tr) {
-        return flip_left_right<MUTILS_T(t)>(ta, i, tr);
-    });
+    return univ_call(all_types{}, with(a, r),
+                     [&](auto t, auto* ta, auto* tr) { return flip_left_right<MUTILS_T(t)>(ta, i, tr); });
 }
 
 const char* matuniv_flip_up_down(const _univ_mat* a, void* i, _univ_mat* r) {
-    return univ_call(all_types{}, with(a, r), [&](auto t, auto* ta, auto* tr) {
-        return flip_up_down<MUTILS_T(t)>(ta, i, tr);
-    });
+    return univ_call(all_types{}, with(a, r),
+                     [&](auto t, auto* ta, auto* tr) { return flip_up_down<MUTILS_T(t)>(ta, i, tr); });
 }
 
 }  // namespace mutils

@@ -49,29 +49,47 @@ namespace mutils {
 /// @{
 /// `assign_submat` for each element type declared here; the contract, element types and messages are in the file
 /// description.
-MUTILS_API const char* matdbl_assign_submat(const _double_mat* a, int32_t first_row, int32_t first_col, void* intrp_ptr, _double_mat* r);
-MUTILS_API const char* matflt_assign_submat(const _float_mat* a, int32_t first_row, int32_t first_col, void* intrp_ptr, _float_mat* r);
-MUTILS_API const char* matu8_assign_submat(const _uint8_mat* a, int32_t first_row, int32_t first_col, void* intrp_ptr, _uint8_mat* r);
-MUTILS_API const char* matu16_assign_submat(const _uint16_mat* a, int32_t first_row, int32_t first_col, void* intrp_ptr, _uint16_mat* r);
-MUTILS_API const char* matu32_assign_submat(const _uint32_mat* a, int32_t first_row, int32_t first_col, void* intrp_ptr, _uint32_mat* r);
-MUTILS_API const char* mats16_assign_submat(const _sint16_mat* a, int32_t first_row, int32_t first_col, void* intrp_ptr, _sint16_mat* r);
-MUTILS_API const char* mats32_assign_submat(const _sint32_mat* a, int32_t first_row, int32_t first_col, void* intrp_ptr, _sint32_mat* r);
-MUTILS_API const char* matcpx_assign_submat(const _dcomplex_mat* a, int32_t first_row, int32_t first_col, void* intrp_ptr, _dcomplex_mat* r);
-MUTILS_API const char* matuniv_assign_submat(const _univ_mat* a, int32_t first_row, int32_t first_col, void* intrp_ptr, _univ_mat* r);
+MUTILS_API const char* matdbl_assign_submat(const _double_mat* a, int32_t first_row, int32_t first_col, void* intrp_ptr,
+                                            _double_mat* r);
+MUTILS_API const char* matflt_assign_submat(const _float_mat* a, int32_t first_row, int32_t first_col, void* intrp_ptr,
+                                            _float_mat* r);
+MUTILS_API const char* matu8_assign_submat(const _uint8_mat* a, int32_t first_row, int32_t first_col, void* intrp_ptr,
+                                           _uint8_mat* r);
+MUTILS_API const char* matu16_assign_submat(const _uint16_mat* a, int32_t first_row, int32_t first_col, void* intrp_ptr,
+                                            _uint16_mat* r);
+MUTILS_API const char* matu32_assign_submat(const _uint32_mat* a, int32_t first_row, int32_t first_col, void* intrp_ptr,
+                                            _uint32_mat* r);
+MUTILS_API const char* mats16_assign_submat(const _sint16_mat* a, int32_t first_row, int32_t first_col, void* intrp_ptr,
+                                            _sint16_mat* r);
+MUTILS_API const char* mats32_assign_submat(const _sint32_mat* a, int32_t first_row, int32_t first_col, void* intrp_ptr,
+                                            _sint32_mat* r);
+MUTILS_API const char* matcpx_assign_submat(const _dcomplex_mat* a, int32_t first_row, int32_t first_col,
+                                            void* intrp_ptr, _dcomplex_mat* r);
+MUTILS_API const char* matuniv_assign_submat(const _univ_mat* a, int32_t first_row, int32_t first_col, void* intrp_ptr,
+                                             _univ_mat* r);
 /// @}
 
 /// @{
 /// `extract` for each element type declared here; the contract, element types and messages are in the file
 /// description.
-MUTILS_API const char* matdbl_extract(const _double_mat* a, int32_t first_row, int32_t first_col, void* intrp_ptr, _double_mat* r);
-MUTILS_API const char* matflt_extract(const _float_mat* a, int32_t first_row, int32_t first_col, void* intrp_ptr, _float_mat* r);
-MUTILS_API const char* matu8_extract(const _uint8_mat* a, int32_t first_row, int32_t first_col, void* intrp_ptr, _uint8_mat* r);
-MUTILS_API const char* matu16_extract(const _uint16_mat* a, int32_t first_row, int32_t first_col, void* intrp_ptr, _uint16_mat* r);
-MUTILS_API const char* matu32_extract(const _uint32_mat* a, int32_t first_row, int32_t first_col, void* intrp_ptr, _uint32_mat* r);
-MUTILS_API const char* mats16_extract(const _sint16_mat* a, int32_t first_row, int32_t first_col, void* intrp_ptr, _sint16_mat* r);
-MUTILS_API const char* mats32_extract(const _sint32_mat* a, int32_t first_row, int32_t first_col, void* intrp_ptr, _sint32_mat* r);
-MUTILS_API const char* matcpx_extract(const _dcomplex_mat* a, int32_t first_row, int32_t first_col, void* intrp_ptr, _dcomplex_mat* r);
-MUTILS_API const char* matuniv_extract(const _univ_mat* a, int32_t first_row, int32_t first_col, void* intrp_ptr, _univ_mat* r);
+MUTILS_API const char* matdbl_extract(const _double_mat* a, int32_t first_row, int32_t first_col, void* intrp_ptr,
+                                      _double_mat* r);
+MUTILS_API const char* matflt_extract(const _float_mat* a, int32_t first_row, int32_t first_col, void* intrp_ptr,
+                                      _float_mat* r);
+MUTILS_API const char* matu8_extract(const _uint8_mat* a, int32_t first_row, int32_t first_col, void* intrp_ptr,
+                                     _uint8_mat* r);
+MUTILS_API const char* matu16_extract(const _uint16_mat* a, int32_t first_row, int32_t first_col, void* intrp_ptr,
+                                      _uint16_mat* r);
+MUTILS_API const char* matu32_extract(const _uint32_mat* a, int32_t first_row, int32_t first_col, void* intrp_ptr,
+                                      _uint32_mat* r);
+MUTILS_API const char* mats16_extract(const _sint16_mat* a, int32_t first_row, int32_t first_col, void* intrp_ptr,
+                                      _sint16_mat* r);
+MUTILS_API const char* mats32_extract(const _sint32_mat* a, int32_t first_row, int32_t first_col, void* intrp_ptr,
+                                      _sint32_mat* r);
+MUTILS_API const char* matcpx_extract(const _dcomplex_mat* a, int32_t first_row, int32_t first_col, void* intrp_ptr,
+                                      _dcomplex_mat* r);
+MUTILS_API const char* matuniv_extract(const _univ_mat* a, int32_t first_row, int32_t first_col, void* intrp_ptr,
+                                       _univ_mat* r);
 /// @}
 
 /// @{
@@ -102,14 +120,22 @@ MUTILS_API const char* matuniv_transpose(const _univ_mat* a, void* intrp_ptr, _u
 
 /// @{
 /// Every type except complex; `matuniv_translate` reads the fill scalar as described above.
-MUTILS_API const char* matdbl_translate(const _double_mat* a, int32_t row_shift, int32_t col_shift, double fill, void* intrp_ptr, _double_mat* r);
-MUTILS_API const char* matflt_translate(const _float_mat* a, int32_t row_shift, int32_t col_shift, float fill, void* intrp_ptr, _float_mat* r);
-MUTILS_API const char* matu8_translate(const _uint8_mat* a, int32_t row_shift, int32_t col_shift, unsigned char fill, void* intrp_ptr, _uint8_mat* r);
-MUTILS_API const char* matu16_translate(const _uint16_mat* a, int32_t row_shift, int32_t col_shift, uint16_t fill, void* intrp_ptr, _uint16_mat* r);
-MUTILS_API const char* matu32_translate(const _uint32_mat* a, int32_t row_shift, int32_t col_shift, uint32_t fill, void* intrp_ptr, _uint32_mat* r);
-MUTILS_API const char* mats16_translate(const _sint16_mat* a, int32_t row_shift, int32_t col_shift, int16_t fill, void* intrp_ptr, _sint16_mat* r);
-MUTILS_API const char* mats32_translate(const _sint32_mat* a, int32_t row_shift, int32_t col_shift, int32_t fill, void* intrp_ptr, _sint32_mat* r);
-MUTILS_API const char* matuniv_translate(const _univ_mat* a, int32_t row_shift, int32_t col_shift, _univ_scalar fill, void* intrp_ptr, _univ_mat* r);
+MUTILS_API const char* matdbl_translate(const _double_mat* a, int32_t row_shift, int32_t col_shift, double fill,
+                                        void* intrp_ptr, _double_mat* r);
+MUTILS_API const char* matflt_translate(const _float_mat* a, int32_t row_shift, int32_t col_shift, float fill,
+                                        void* intrp_ptr, _float_mat* r);
+MUTILS_API const char* matu8_translate(const _uint8_mat* a, int32_t row_shift, int32_t col_shift, unsigned char fill,
+                                       void* intrp_ptr, _uint8_mat* r);
+MUTILS_API const char* matu16_translate(const _uint16_mat* a, int32_t row_shift, int32_t col_shift, uint16_t fill,
+                                        void* intrp_ptr, _uint16_mat* r);
+MUTILS_API const char* matu32_translate(const _uint32_mat* a, int32_t row_shift, int32_t col_shift, uint32_t fill,
+                                        void* intrp_ptr, _uint32_mat* r);
+MUTILS_API const char* mats16_translate(const _sint16_mat* a, int32_t row_shift, int32_t col_shift, int16_t fill,
+                                        void* intrp_ptr, _sint16_mat* r);
+MUTILS_API const char* mats32_translate(const _sint32_mat* a, int32_t row_shift, int32_t col_shift, int32_t fill,
+                                        void* intrp_ptr, _sint32_mat* r);
+MUTILS_API const char* matuniv_translate(const _univ_mat* a, int32_t row_shift, int32_t col_shift, _univ_scalar fill,
+                                         void* intrp_ptr, _univ_mat* r);
 /// @}
 
 /// @{

@@ -19,13 +19,13 @@ enum class Arg { Double, Int, UInt, Long, ULong, LLong, ULLong };
 template <class T> struct text;
 /// Per element type: the type word of the printed form, the printf conversions of the printed and
 /// plain-text forms, and how a value is handed to them.
-#define MUTILS_TEXT(T, WORD, PRINT, ASCII, ARG, ARG_T)       \
-    template <> struct text<T> {                             \
-        static constexpr const char* word = WORD;            \
-        static constexpr const char* print = PRINT;          \
-        static constexpr const char* ascii = ASCII;          \
-        static constexpr Arg arg = Arg::ARG;                 \
-        using arg_t = ARG_T;                                 \
+#define MUTILS_TEXT(T, WORD, PRINT, ASCII, ARG, ARG_T) \
+    template <> struct text<T> {                       \
+        static constexpr const char* word = WORD;      \
+        static constexpr const char* print = PRINT;    \
+        static constexpr const char* ascii = ASCII;    \
+        static constexpr Arg arg = Arg::ARG;           \
+        using arg_t = ARG_T;                           \
     };
 MUTILS_TEXT(double, "double", "%g ", "%10g", Double, double)
 MUTILS_TEXT(float, "float", "%g ", "%10g", Double, double)
@@ -102,8 +102,7 @@ int label_width(int64_t nrow) {
     return digits > 1 ? digits : 1;
 }
 
-template <class T>
-const char* print(FILE* f, const mat_t<T>* m, const char* format, int line_width, void* intrp) {
+template <class T> const char* print(FILE* f, const mat_t<T>* m, const char* format, int line_width, void* intrp) {
     empty_or_valid(m);
     if (!f) return msg::null_pointer;
     Arg arg = text<T>::arg;
@@ -120,8 +119,7 @@ const char* print(FILE* f, const mat_t<T>* m, const char* format, int line_width
         return n >= 0;
     };
     if (!count(std::fprintf(f, "%s", text<T>::word))) return msg::io_error;
-    if (!count(std::fprintf(f, " Matrix: nrow=%ld, ncol=%ld  {\n", long(m->nrow), long(m->ncol))))
-        return msg::io_error;
+    if (!count(std::fprintf(f, " Matrix: nrow=%ld, ncol=%ld  {\n", long(m->nrow), long(m->ncol)))) return msg::io_error;
     if (m->nrow >= 1) {
         const int width = line_width < 1 ? 75 : line_width;
         const int w = label_width(m->nrow);
@@ -402,11 +400,11 @@ const char* write_ascii(FILE* f, const mat_t<T>* m, const char* separator, uint1
 using namespace detail;
 
 #define MUTILS_TEXTIO(CODE, T)                                                                                  \
-    const char* mat##CODE##_print(FILE* f, const mat_t<T>* m, const char* fmt, int width, void* i) {          \
+    const char* mat##CODE##_print(FILE* f, const mat_t<T>* m, const char* fmt, int width, void* i) {            \
         return print<T>(f, m, fmt, width, i);                                                                   \
     }                                                                                                           \
-    const char* mat##CODE##_parse(FILE* f, void* i, mat_t<T>* m) { return parse<T>(f, i, m); }                 \
-    const char* mat##CODE##_read_ascii(FILE* f, char sep, char comment, void* i, mat_t<T>* m) {               \
+    const char* mat##CODE##_parse(FILE* f, void* i, mat_t<T>* m) { return parse<T>(f, i, m); }                  \
+    const char* mat##CODE##_read_ascii(FILE* f, char sep, char comment, void* i, mat_t<T>* m) {                 \
         return read_ascii<T>(f, sep, comment, i, m);                                                            \
     }                                                                                                           \
     const char* mat##CODE##_write_ascii(FILE* f, const mat_t<T>* m, const char* sep, uint16_t width, void* i) { \

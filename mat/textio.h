@@ -11,8 +11,8 @@
 /// Printed form, e.g. a 2 x 3 double matrix with the default format and line width:
 ///
 ///     double Matrix: nrow=2, ncol=3  {
-///         Row[0]:  1 2.5 -3 
-///         Row[1]:  4 5 6 
+///         Row[0]:  1 2.5 -3
+///         Row[1]:  4 5 6
 ///     }
 ///
 ///   The type word ("double", "float", "uint8", "uint16", "uint32", "sint16", "sint32"), then
@@ -114,20 +114,14 @@ MUTILS_API const char* matuniv_parse(FILE* stream, void* intrp_ptr, _univ_mat* m
 /// @{
 /// `read_ascii` for each element type declared here; the contract, element types and messages are in the file
 /// description.
-MUTILS_API const char* matdbl_read_ascii(FILE* stream, char separator, char comment, void* intrp_ptr,
-                                         _double_mat* m);
+MUTILS_API const char* matdbl_read_ascii(FILE* stream, char separator, char comment, void* intrp_ptr, _double_mat* m);
 MUTILS_API const char* matflt_read_ascii(FILE* stream, char separator, char comment, void* intrp_ptr, _float_mat* m);
 MUTILS_API const char* matu8_read_ascii(FILE* stream, char separator, char comment, void* intrp_ptr, _uint8_mat* m);
-MUTILS_API const char* matu16_read_ascii(FILE* stream, char separator, char comment, void* intrp_ptr,
-                                         _uint16_mat* m);
-MUTILS_API const char* matu32_read_ascii(FILE* stream, char separator, char comment, void* intrp_ptr,
-                                         _uint32_mat* m);
-MUTILS_API const char* mats16_read_ascii(FILE* stream, char separator, char comment, void* intrp_ptr,
-                                         _sint16_mat* m);
-MUTILS_API const char* mats32_read_ascii(FILE* stream, char separator, char comment, void* intrp_ptr,
-                                         _sint32_mat* m);
-MUTILS_API const char* matuniv_read_ascii(FILE* stream, char separator, char comment, void* intrp_ptr,
-                                          _univ_mat* m);
+MUTILS_API const char* matu16_read_ascii(FILE* stream, char separator, char comment, void* intrp_ptr, _uint16_mat* m);
+MUTILS_API const char* matu32_read_ascii(FILE* stream, char separator, char comment, void* intrp_ptr, _uint32_mat* m);
+MUTILS_API const char* mats16_read_ascii(FILE* stream, char separator, char comment, void* intrp_ptr, _sint16_mat* m);
+MUTILS_API const char* mats32_read_ascii(FILE* stream, char separator, char comment, void* intrp_ptr, _sint32_mat* m);
+MUTILS_API const char* matuniv_read_ascii(FILE* stream, char separator, char comment, void* intrp_ptr, _univ_mat* m);
 /// @}
 
 /// @{
@@ -135,10 +129,10 @@ MUTILS_API const char* matuniv_read_ascii(FILE* stream, char separator, char com
 /// description.
 MUTILS_API const char* matdbl_write_ascii(FILE* stream, const _double_mat* m, const char* separator,
                                           uint16_t line_width, void* intrp_ptr);
-MUTILS_API const char* matflt_write_ascii(FILE* stream, const _float_mat* m, const char* separator,
-                                          uint16_t line_width, void* intrp_ptr);
-MUTILS_API const char* matu8_write_ascii(FILE* stream, const _uint8_mat* m, const char* separator,
-                                         uint16_t line_width, void* intrp_ptr);
+MUTILS_API const char* matflt_write_ascii(FILE* stream, const _float_mat* m, const char* separator, uint16_t line_width,
+                                          void* intrp_ptr);
+MUTILS_API const char* matu8_write_ascii(FILE* stream, const _uint8_mat* m, const char* separator, uint16_t line_width,
+                                         void* intrp_ptr);
 MUTILS_API const char* matu16_write_ascii(FILE* stream, const _uint16_mat* m, const char* separator,
                                           uint16_t line_width, void* intrp_ptr);
 MUTILS_API const char* matu32_write_ascii(FILE* stream, const _uint32_mat* m, const char* separator,
@@ -147,8 +141,8 @@ MUTILS_API const char* mats16_write_ascii(FILE* stream, const _sint16_mat* m, co
                                           uint16_t line_width, void* intrp_ptr);
 MUTILS_API const char* mats32_write_ascii(FILE* stream, const _sint32_mat* m, const char* separator,
                                           uint16_t line_width, void* intrp_ptr);
-MUTILS_API const char* matuniv_write_ascii(FILE* stream, const _univ_mat* m, const char* separator,
-                                           uint16_t line_width, void* intrp_ptr);
+MUTILS_API const char* matuniv_write_ascii(FILE* stream, const _univ_mat* m, const char* separator, uint16_t line_width,
+                                           void* intrp_ptr);
 /// @}
 
 }  // namespace mutils

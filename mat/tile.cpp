@@ -22,9 +22,8 @@ template <class M> const char* tile_checks(const M* img, int32_t tr, int32_t tc,
 }
 
 /// Moves every tile between the image and its row of the tile matrix (to_tiles: image -> tiles).
-template <class T>
-const char* move_tiles(bool to_tiles, mat_t<T>* img, int32_t tr, int32_t tc, int64_t grid_cols, mat_t<T>* tiles,
-                       void* intrp) {
+template <class T> const char* move_tiles(bool to_tiles, mat_t<T>* img, int32_t tr, int32_t tc, int64_t grid_cols,
+                                          mat_t<T>* tiles, void* intrp) {
     Poll poll(intrp);
     const std::size_t bytes = std::size_t(tc) * sizeof(T);
     for (int64_t k = 0; k < tiles->nrow; ++k) {
@@ -114,12 +113,12 @@ template <class T> inline T store(double v) {
 
 using namespace detail;
 
-#define MUTILS_TILE(CODE, T)                                                                               \
-    const char* mat##CODE##_tile(const mat_t<T>* a, int32_t tr, int32_t tc, void* i, mat_t<T>* r) {        \
-        return tile<T>(a, tr, tc, i, r);                                                                   \
-    }                                                                                                      \
-    const char* mat##CODE##_untile(const mat_t<T>* a, int32_t tr, int32_t tc, void* i, mat_t<T>* r) {      \
-        return untile<T>(a, tr, tc, i, r);                                                                 \
+#define MUTILS_TILE(CODE, T)                                                                          \
+    const char* mat##CODE##_tile(const mat_t<T>* a, int32_t tr, int32_t tc, void* i, mat_t<T>* r) {   \
+        return tile<T>(a, tr, tc, i, r);                                                              \
+    }                                                                                                 \
+    const char* mat##CODE##_untile(const mat_t<T>* a, int32_t tr, int32_t tc, void* i, mat_t<T>* r) { \
+        return untile<T>(a, tr, tc, i, r);                                                            \
     }
 MUTILS_TILE(dbl, double)
 MUTILS_TILE(flt, float)
@@ -132,11 +131,13 @@ MUTILS_TILE(cpx, _dcomplex)
 #undef MUTILS_TILE
 
 const char* matuniv_tile(const _univ_mat* a, int32_t tr, int32_t tc, void* i, _univ_mat* r) {
-    return univ_call(all_types{}, with(a, r), [&](auto t, auto* ta, auto* tx) { return tile<MUTILS_T(t)>(ta, tr, tc, i, tx); });
+    return univ_call(all_types{}, with(a, r),
+                     [&](auto t, auto* ta, auto* tx) { return tile<MUTILS_T(t)>(ta, tr, tc, i, tx); });
 }
 
 const char* matuniv_untile(const _univ_mat* a, int32_t tr, int32_t tc, void* i, _univ_mat* r) {
-    return univ_call(all_types{}, with(a, r), [&](auto t, auto* ta, auto* tx) { return untile<MUTILS_T(t)>(ta, tr, tc, i, tx); });
+    return univ_call(all_types{}, with(a, r),
+                     [&](auto t, auto* ta, auto* tx) { return untile<MUTILS_T(t)>(ta, tr, tc, i, tx); });
 }
 
 void matset_tile(const _mat_set* s, void* intrp, _univ_mat* r) {

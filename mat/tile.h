@@ -52,29 +52,47 @@ namespace mutils {
 /// @{
 /// `tile` for each element type declared here; the contract, element types and messages are in the file
 /// description.
-MUTILS_API const char* matdbl_tile(const _double_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr, _double_mat* r);
-MUTILS_API const char* matflt_tile(const _float_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr, _float_mat* r);
-MUTILS_API const char* matu8_tile(const _uint8_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr, _uint8_mat* r);
-MUTILS_API const char* matu16_tile(const _uint16_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr, _uint16_mat* r);
-MUTILS_API const char* matu32_tile(const _uint32_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr, _uint32_mat* r);
-MUTILS_API const char* mats16_tile(const _sint16_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr, _sint16_mat* r);
-MUTILS_API const char* mats32_tile(const _sint32_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr, _sint32_mat* r);
-MUTILS_API const char* matcpx_tile(const _dcomplex_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr, _dcomplex_mat* r);
-MUTILS_API const char* matuniv_tile(const _univ_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr, _univ_mat* r);
+MUTILS_API const char* matdbl_tile(const _double_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr,
+                                   _double_mat* r);
+MUTILS_API const char* matflt_tile(const _float_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr,
+                                   _float_mat* r);
+MUTILS_API const char* matu8_tile(const _uint8_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr,
+                                  _uint8_mat* r);
+MUTILS_API const char* matu16_tile(const _uint16_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr,
+                                   _uint16_mat* r);
+MUTILS_API const char* matu32_tile(const _uint32_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr,
+                                   _uint32_mat* r);
+MUTILS_API const char* mats16_tile(const _sint16_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr,
+                                   _sint16_mat* r);
+MUTILS_API const char* mats32_tile(const _sint32_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr,
+                                   _sint32_mat* r);
+MUTILS_API const char* matcpx_tile(const _dcomplex_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr,
+                                   _dcomplex_mat* r);
+MUTILS_API const char* matuniv_tile(const _univ_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr,
+                                    _univ_mat* r);
 /// @}
 
 /// @{
 /// `untile` for each element type declared here; the contract, element types and messages are in the file
 /// description.
-MUTILS_API const char* matdbl_untile(const _double_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr, _double_mat* r);
-MUTILS_API const char* matflt_untile(const _float_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr, _float_mat* r);
-MUTILS_API const char* matu8_untile(const _uint8_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr, _uint8_mat* r);
-MUTILS_API const char* matu16_untile(const _uint16_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr, _uint16_mat* r);
-MUTILS_API const char* matu32_untile(const _uint32_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr, _uint32_mat* r);
-MUTILS_API const char* mats16_untile(const _sint16_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr, _sint16_mat* r);
-MUTILS_API const char* mats32_untile(const _sint32_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr, _sint32_mat* r);
-MUTILS_API const char* matcpx_untile(const _dcomplex_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr, _dcomplex_mat* r);
-MUTILS_API const char* matuniv_untile(const _univ_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr, _univ_mat* r);
+MUTILS_API const char* matdbl_untile(const _double_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr,
+                                     _double_mat* r);
+MUTILS_API const char* matflt_untile(const _float_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr,
+                                     _float_mat* r);
+MUTILS_API const char* matu8_untile(const _uint8_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr,
+                                    _uint8_mat* r);
+MUTILS_API const char* matu16_untile(const _uint16_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr,
+                                     _uint16_mat* r);
+MUTILS_API const char* matu32_untile(const _uint32_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr,
+                                     _uint32_mat* r);
+MUTILS_API const char* mats16_untile(const _sint16_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr,
+                                     _sint16_mat* r);
+MUTILS_API const char* mats32_untile(const _sint32_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr,
+                                     _sint32_mat* r);
+MUTILS_API const char* matcpx_untile(const _dcomplex_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr,
+                                     _dcomplex_mat* r);
+MUTILS_API const char* matuniv_untile(const _univ_mat* a, int32_t tile_rows, int32_t tile_cols, void* intrp_ptr,
+                                      _univ_mat* r);
 /// @}
 
 /// @{

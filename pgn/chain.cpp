@@ -121,8 +121,7 @@ const char* keep_cycle(_pgn_chain* chain, int32_t& runs, int64_t moves, int32_t 
     return nullptr;
 }
 
-template <class T>
-const char* trace(const mat_t<T>* image, int32_t row, int32_t col, void* intrp, _pgn_chain* chain) {
+template <class T> const char* trace(const mat_t<T>* image, int32_t row, int32_t col, void* intrp, _pgn_chain* chain) {
     if (!chain) return msg::null_pointer;
     validate(image);
     const int32_t nrow = image->nrow, ncol = image->ncol;
@@ -255,8 +254,9 @@ const char* pgndbl_boundary_chain_from_region(const _double_mat* image, int32_t 
 const char* pgnuniv_boundary_chain_from_region(const _univ_mat* image, int32_t row, int32_t col, void* intrp,
                                                _pgn_chain* chain) {
     // u32 and s32 pixels compare equal exactly when their bits do: both run the u32 body.
-    return univ_call(types<unsigned char, uint16_t, uint32_t, int32_t, double>{}, with(image),
-                     [&](auto t, auto* ti) { return trace<bits_t<MUTILS_T(t)>>(bits<MUTILS_T(t)>(ti), row, col, intrp, chain); });
+    return univ_call(types<unsigned char, uint16_t, uint32_t, int32_t, double>{}, with(image), [&](auto t, auto* ti) {
+        return trace<bits_t<MUTILS_T(t)>>(bits<MUTILS_T(t)>(ti), row, col, intrp, chain);
+    });
 }
 
 const char* pgndbl_boundary_chain_to_polygon(const _pgn_chain* chain, void*, _double_mat* polygon) {

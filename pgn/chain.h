@@ -79,10 +79,10 @@ namespace mutils {
 
 /// The run-length boundary chain (while a trace is running, `nrun` is the arrays' capacity).
 struct _pgn_chain {
-    int32_t start_row;  ///< row of the first pixel
-    int32_t start_col;  ///< column of the first pixel
-    int32_t nrun;  ///< number of runs
-    int32_t* run_length;  ///< length of each run
+    int32_t start_row;         ///< row of the first pixel
+    int32_t start_col;         ///< column of the first pixel
+    int32_t nrun;              ///< number of runs
+    int32_t* run_length;       ///< length of each run
     unsigned char* direction;  ///< direction of each run
 };
 
@@ -112,10 +112,8 @@ MUTILS_API const char* pgnuniv_boundary_chain_from_region(const _univ_mat* image
 /// @{
 /// `boundary_chain_to_polygon` for each element type declared here; the contract, element types and messages are in
 /// the file description.
-MUTILS_API const char* pgndbl_boundary_chain_to_polygon(const _pgn_chain* chain, void* intrp_ptr,
-                                                        _double_mat* polygon);
-MUTILS_API const char* pgnuniv_boundary_chain_to_polygon(const _pgn_chain* chain, void* intrp_ptr,
-                                                         _univ_mat* polygon);
+MUTILS_API const char* pgndbl_boundary_chain_to_polygon(const _pgn_chain* chain, void* intrp_ptr, _double_mat* polygon);
+MUTILS_API const char* pgnuniv_boundary_chain_to_polygon(const _pgn_chain* chain, void* intrp_ptr, _univ_mat* polygon);
 /// @}
 
 }  // namespace mutils

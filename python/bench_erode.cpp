@@ -18,10 +18,12 @@ int main() {
     _univ_mat element{3, 3, 9, se.data(), MUTIL_UINT8};
     double best = 1e30;
     for (int run = 0; run < 30; ++run) {
-        const std::clock_t t0 = std::clock();   // processor time: the machine may be shared
+        const std::clock_t t0 = std::clock();  // processor time: the machine may be shared
         {
             Hux::ArenaScope scope;
-            if (mutils::imguniv_binary_erode(&image, &element, 1, 1, mutils::scalar_u8(1), mutils::scalar_u8(0), nullptr, &result)) return 1;
+            if (mutils::imguniv_binary_erode(&image, &element, 1, 1, mutils::scalar_u8(1), mutils::scalar_u8(0),
+                                             nullptr, &result))
+                return 1;
         }
         const double us = double(std::clock() - t0) * 1e6 / CLOCKS_PER_SEC;
         if (us < best) best = us;

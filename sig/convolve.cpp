@@ -33,12 +33,11 @@ const char* bring(const _univ_mat* x, _mutil_data_type target, void* intrp, _uni
     return to_common(x, target, intrp, out);
 }
 
-template <bool Conv>
-const char* filter_univ(const _univ_mat* d, const _univ_mat* f, int32_t rstep, int32_t cstep, int32_t rorig,
-                        int32_t corig, int32_t boundary, void* intrp, _univ_mat* y) {
+template <bool Conv> const char* filter_univ(const _univ_mat* d, const _univ_mat* f, int32_t rstep, int32_t cstep,
+                                             int32_t rorig, int32_t corig, int32_t boundary, void* intrp,
+                                             _univ_mat* y) {
     if (!d || !f || !y) return msg::null_pointer;
-    if (!is_matrix_tag(d->type) || !is_matrix_tag(f->type) || !is_matrix_tag(y->type))
-        return msg::illegal_data_type;
+    if (!is_matrix_tag(d->type) || !is_matrix_tag(f->type) || !is_matrix_tag(y->type)) return msg::illegal_data_type;
     if (d->type != f->type && is_floating_tag(d->type) && is_integer_tag(f->type)) return msg::illegal_data_type;
     if (d->type != y->type && is_floating_tag(d->type) && is_integer_tag(y->type)) return msg::illegal_data_type;
     // Tags increase with width, so the widest type is the largest tag.
@@ -60,10 +59,9 @@ const char* filter_univ(const _univ_mat* d, const _univ_mat* f, int32_t rstep, i
     });
 }
 
-template <bool Conv>
-const char* filter_set(const _mat_set* d, const _mat_set* f, const _sint32_mat* rstep, const _sint32_mat* cstep,
-                       const _sint32_mat* rorig, const _sint32_mat* corig, int32_t boundary, void* intrp,
-                       _mat_set* y) {
+template <bool Conv> const char* filter_set(const _mat_set* d, const _mat_set* f, const _sint32_mat* rstep,
+                                            const _sint32_mat* cstep, const _sint32_mat* rorig,
+                                            const _sint32_mat* corig, int32_t boundary, void* intrp, _mat_set* y) {
     validate_set(d);
     validate_set(f);
     validate_set(y);
@@ -86,14 +84,14 @@ const char* filter_set(const _mat_set* d, const _mat_set* f, const _sint32_mat* 
 
 using namespace detail;
 
-#define MUTILS_FILTER(CODE, T)                                                                                 \
-    const char* sig##CODE##_convolve(const mat_t<T>* d, const mat_t<T>* f, int32_t rs, int32_t cs, int32_t ro, \
-                                     int32_t co, _mutil_boundary_type b, void* i, mat_t<T>* y) {               \
-        return convolve<T>(d, f, rs, cs, ro, co, b, i, y);                                                     \
-    }                                                                                                          \
+#define MUTILS_FILTER(CODE, T)                                                                                  \
+    const char* sig##CODE##_convolve(const mat_t<T>* d, const mat_t<T>* f, int32_t rs, int32_t cs, int32_t ro,  \
+                                     int32_t co, _mutil_boundary_type b, void* i, mat_t<T>* y) {                \
+        return convolve<T>(d, f, rs, cs, ro, co, b, i, y);                                                      \
+    }                                                                                                           \
     const char* sig##CODE##_correlate(const mat_t<T>* d, const mat_t<T>* f, int32_t rs, int32_t cs, int32_t ro, \
-                                      int32_t co, _mutil_boundary_type b, void* i, mat_t<T>* y) {              \
-        return correlate<T>(d, f, rs, cs, ro, co, b, i, y);                                                    \
+                                      int32_t co, _mutil_boundary_type b, void* i, mat_t<T>* y) {               \
+        return correlate<T>(d, f, rs, cs, ro, co, b, i, y);                                                     \
     }
 MUTILS_FILTER(dbl, double)
 MUTILS_FILTER(u8, unsigned char)

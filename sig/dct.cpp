@@ -93,8 +93,8 @@ const char* inverse_even(const Block& blk, int64_t n, const FftPlan& plan, const
 }
 
 // Odd n: forward or inverse through a complex transform of length n.
-const char* odd_length(const Block& blk, int64_t n, bool inverse, const FftPlan& plan, const UnitRoots& c,
-                       _dcomplex* z, _dcomplex* work, Poll& poll) {
+const char* odd_length(const Block& blk, int64_t n, bool inverse, const FftPlan& plan, const UnitRoots& c, _dcomplex* z,
+                       _dcomplex* work, Poll& poll) {
     const int64_t nb = blk.nb;
     const double s0 = 1.0 / std::sqrt(double(n)), sk = std::sqrt(2.0 / double(n));
     if (!inverse) {

@@ -65,8 +65,7 @@ inline void interior(int64_t nout, int64_t n, int64_t step, int64_t base, int di
 /// One output whose columns need the boundary rule: `rows[p]` is the data row under filter row p
 /// (a row of zeros outside the data under rule 0), `cols[q]` the mapped column under filter column
 /// q (-1: zero).
-template <class T>
-T border_point(const T* const* rows, const int64_t* cols, const T* W, int64_t fr, int64_t fc) {
+template <class T> T border_point(const T* const* rows, const int64_t* cols, const T* W, int64_t fr, int64_t fc) {
     using Ar = FilterArith<T>;
     typename Ar::acc a{};
     for (int64_t p = 0; p < fr; ++p)
@@ -76,9 +75,8 @@ T border_point(const T* const* rows, const int64_t* cols, const T* W, int64_t fr
 
 /// Outputs j in [jlo, jhi) of one row whose columns all lie inside the data, K at a time in
 /// registers; no boundary tests.
-template <class T, int K>
-MUTILS_CLONES void interior_row(const T* const* rows, const T* W, int64_t fr, int64_t fc, const FilterWindow& g,
-                                int64_t jlo, int64_t jhi, T* y) {
+template <class T, int K> MUTILS_CLONES void interior_row(const T* const* rows, const T* W, int64_t fr, int64_t fc,
+                                                          const FilterWindow& g, int64_t jlo, int64_t jhi, T* y) {
     using Ar = FilterArith<T>;
     using A = typename Ar::acc;
     const int64_t cs = g.cstep;
@@ -105,9 +103,8 @@ MUTILS_CLONES void interior_row(const T* const* rows, const T* W, int64_t fr, in
 }
 
 /// The double kernel for contiguous columns: 32 outputs in eight 4-wide registers per block.
-template <class T>
-MUTILS_CLONES void interior_row_unit(const T* const* rows, const T* W, int64_t fr, int64_t fc, const FilterWindow& g,
-                                     int64_t jlo, int64_t jhi, T* y) {
+template <class T> MUTILS_CLONES void interior_row_unit(const T* const* rows, const T* W, int64_t fr, int64_t fc,
+                                                        const FilterWindow& g, int64_t jlo, int64_t jhi, T* y) {
     static_assert(std::is_same_v<T, double>);
     typedef double v4 __attribute__((vector_size(32), aligned(8), __may_alias__));
     constexpr int V = 8, K = 4 * V;
@@ -131,9 +128,9 @@ MUTILS_CLONES void interior_row_unit(const T* const* rows, const T* W, int64_t f
 
 /// Y (yr x yc, yr <= nr, yc <= nc) from data D (nr x nc) and filter W (fr x fc) over window g, with
 /// boundary rule 0 to 3 (not checked here). Polls 4 * fr * fc * nc per output row.
-template <class T>
-const char* filter2d(const T* D, int64_t nr, int64_t nc, const T* W, int64_t fr, int64_t fc, const FilterWindow& g,
-                     int32_t boundary, T* Y, int64_t yr, int64_t yc, Poll& poll) {
+template <class T> const char* filter2d(const T* D, int64_t nr, int64_t nc, const T* W, int64_t fr, int64_t fc,
+                                        const FilterWindow& g, int32_t boundary, T* Y, int64_t yr, int64_t yc,
+                                        Poll& poll) {
     using namespace filter_impl;
     constexpr int K = std::is_same_v<T, _dcomplex> ? 4 : std::is_integral_v<T> && sizeof(T) < 4 ? 32 : 16;
     int64_t jlo, jhi;
@@ -143,7 +140,8 @@ const char* filter2d(const T* D, int64_t nr, int64_t nc, const T* W, int64_t fr,
     int64_t* cmap = work_array<int64_t>(std::max<int64_t>(1, nborder * fc));
     for (int64_t b = 0; b < nborder; ++b) {
         const int64_t j = b < jlo ? b : jhi + (b - jlo);
-        for (int64_t q = 0; q < fc; ++q) cmap[b * fc + q] = boundary_index(j * g.cstep + g.c0 + g.cdir * q, nc, boundary);
+        for (int64_t q = 0; q < fc; ++q)
+            cmap[b * fc + q] = boundary_index(j * g.cstep + g.c0 + g.cdir * q, nc, boundary);
     }
     const T** rows = work_array<const T*>(fr);
     const T* zeros = work_array_zero<T>(nc);
@@ -171,9 +169,8 @@ const char* filter2d(const T* D, int64_t nr, int64_t nc, const T* W, int64_t fr,
 
 /// The checks of correlation and convolution, in order: sizes (Y no larger than D), Y sharing
 /// storage with D or F, steps and origins, boundary rule.
-template <class M>
-const char* check_filter(const M* d, const M* f, int32_t rstep, int32_t cstep, int32_t rorig, int32_t corig,
-                         int32_t boundary, const M* y) {
+template <class M> const char* check_filter(const M* d, const M* f, int32_t rstep, int32_t cstep, int32_t rorig,
+                                            int32_t corig, int32_t boundary, const M* y) {
     validate(d);
     validate(f);
     validate(y);
@@ -186,25 +183,23 @@ const char* check_filter(const M* d, const M* f, int32_t rstep, int32_t cstep, i
 }
 
 /// Y[i][j] = sum_p sum_q F[p][q] D_b[i rstep + p - (fr - rorig)][j cstep + q - (fc - corig)].
-template <class T>
-const char* correlate(const mat_t<T>* d, const mat_t<T>* f, int32_t rstep, int32_t cstep, int32_t rorig,
-                      int32_t corig, int32_t boundary, void* intrp, mat_t<T>* y) {
+template <class T> const char* correlate(const mat_t<T>* d, const mat_t<T>* f, int32_t rstep, int32_t cstep,
+                                         int32_t rorig, int32_t corig, int32_t boundary, void* intrp, mat_t<T>* y) {
     MUTILS_TRY(check_filter(d, f, rstep, cstep, rorig, corig, boundary, y));
     Poll poll(intrp);
     const FilterWindow g{rstep, cstep, -int64_t(f->nrow - rorig), -int64_t(f->ncol - corig), 1, 1};
-    return filter2d<T>(d->data, d->nrow, d->ncol, f->data, f->nrow, f->ncol, g, boundary, y->data, y->nrow,
-                       y->ncol, poll);
+    return filter2d<T>(d->data, d->nrow, d->ncol, f->data, f->nrow, f->ncol, g, boundary, y->data, y->nrow, y->ncol,
+                       poll);
 }
 
 /// Y[i][j] = sum_p sum_q F[p][q] D_b[i rstep + (rorig - 1) - p][j cstep + (corig - 1) - q].
-template <class T>
-const char* convolve(const mat_t<T>* d, const mat_t<T>* f, int32_t rstep, int32_t cstep, int32_t rorig,
-                     int32_t corig, int32_t boundary, void* intrp, mat_t<T>* y) {
+template <class T> const char* convolve(const mat_t<T>* d, const mat_t<T>* f, int32_t rstep, int32_t cstep,
+                                        int32_t rorig, int32_t corig, int32_t boundary, void* intrp, mat_t<T>* y) {
     MUTILS_TRY(check_filter(d, f, rstep, cstep, rorig, corig, boundary, y));
     Poll poll(intrp);
     const FilterWindow g{rstep, cstep, int64_t(rorig) - 1, int64_t(corig) - 1, -1, -1};
-    return filter2d<T>(d->data, d->nrow, d->ncol, f->data, f->nrow, f->ncol, g, boundary, y->data, y->nrow,
-                       y->ncol, poll);
+    return filter2d<T>(d->data, d->nrow, d->ncol, f->data, f->nrow, f->ncol, g, boundary, y->data, y->nrow, y->ncol,
+                       poll);
 }
 
 }  // namespace detail

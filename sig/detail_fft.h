@@ -63,10 +63,10 @@ public:
 private:
     struct Stage {
         int radix;
-        int64_t m;            // length left after this pass (the distance between butterfly legs)
-        _dcomplex* tw;        // twiddles, radix - 1 per leg index p < m
-        _dcomplex* rot;       // general radix: e^{sign 2 pi i j / radix} for j < radix
-        _dcomplex* scratch;   // general radix: sums and differences of one butterfly
+        int64_t m;           // length left after this pass (the distance between butterfly legs)
+        _dcomplex* tw;       // twiddles, radix - 1 per leg index p < m
+        _dcomplex* rot;      // general radix: e^{sign 2 pi i j / radix} for j < radix
+        _dcomplex* scratch;  // general radix: sums and differences of one butterfly
     };
     struct Passes {
         Stage* stages = nullptr;
@@ -81,11 +81,11 @@ private:
 
     int64_t m_n;
     int m_sign;
-    Passes m_whole;                       // used unless the sequence splits
-    int64_t m_n1 = 1, m_n2 = 1;           // the split n = n1 * n2
-    Passes m_cols, m_rows;                // short transforms of lengths n1 and n2
-    UnitRoots m_twiddle;                  // e^{sign 2 pi i k / n}
-    _dcomplex* m_ta = nullptr;            // blocks of columns or rows in the split
+    Passes m_whole;              // used unless the sequence splits
+    int64_t m_n1 = 1, m_n2 = 1;  // the split n = n1 * n2
+    Passes m_cols, m_rows;       // short transforms of lengths n1 and n2
+    UnitRoots m_twiddle;         // e^{sign 2 pi i k / n}
+    _dcomplex* m_ta = nullptr;   // blocks of columns or rows in the split
     _dcomplex* m_tb = nullptr;
 };
 
@@ -95,8 +95,7 @@ bool is_pow2_length(int64_t n);
 
 /// The orthonormal cosine transform (type II, or type III when `inverse`) of every column of the
 /// row-major nrow x ncol matrix `in`, written to `out` (which may be `in`); nrow >= 1.
-using DctColumns = const char* (*)(const double* in, int64_t nrow, int64_t ncol, bool inverse, double* out,
-                                   Poll& poll);
+using DctColumns = const char* (*)(const double* in, int64_t nrow, int64_t ncol, bool inverse, double* out, Poll& poll);
 /// Any length, through complex transforms of length nrow / 2 (even) or nrow (odd).
 const char* dct_columns(const double* in, int64_t nrow, int64_t ncol, bool inverse, double* out, Poll& poll);
 /// Power-of-two nrow, through the split-radix Hartley transform.

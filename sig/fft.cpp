@@ -25,8 +25,7 @@ constexpr double kSin144 = 0.58778525229247312916870595463907;
 // ---- radix passes ------------------------------------------------------------------------------
 
 template <int Sg>
-MUTILS_CLONES void pass2(const double* __restrict x, double* __restrict y, int64_t s, int64_t m,
-                         const _dcomplex* tw) {
+MUTILS_CLONES void pass2(const double* __restrict x, double* __restrict y, int64_t s, int64_t m, const _dcomplex* tw) {
     const int64_t row = 2 * s;
     for (int64_t p = 0; p < m; ++p) {
         const double wr = tw[p].re, wi = tw[p].im;
@@ -46,8 +45,7 @@ MUTILS_CLONES void pass2(const double* __restrict x, double* __restrict y, int64
 }
 
 template <int Sg>
-MUTILS_CLONES void pass3(const double* __restrict x, double* __restrict y, int64_t s, int64_t m,
-                         const _dcomplex* tw) {
+MUTILS_CLONES void pass3(const double* __restrict x, double* __restrict y, int64_t s, int64_t m, const _dcomplex* tw) {
     const int64_t row = 2 * s;
     const double sn = Sg * kSin60;
     for (int64_t p = 0; p < m; ++p) {
@@ -76,8 +74,7 @@ MUTILS_CLONES void pass3(const double* __restrict x, double* __restrict y, int64
 }
 
 template <int Sg>
-MUTILS_CLONES void pass4(const double* __restrict x, double* __restrict y, int64_t s, int64_t m,
-                         const _dcomplex* tw) {
+MUTILS_CLONES void pass4(const double* __restrict x, double* __restrict y, int64_t s, int64_t m, const _dcomplex* tw) {
     const int64_t row = 2 * s;
     for (int64_t p = 0; p < m; ++p) {
         const double w1r = tw[3 * p].re, w1i = tw[3 * p].im;
@@ -114,8 +111,7 @@ MUTILS_CLONES void pass4(const double* __restrict x, double* __restrict y, int64
 }
 
 template <int Sg>
-MUTILS_CLONES void pass5(const double* __restrict x, double* __restrict y, int64_t s, int64_t m,
-                         const _dcomplex* tw) {
+MUTILS_CLONES void pass5(const double* __restrict x, double* __restrict y, int64_t s, int64_t m, const _dcomplex* tw) {
     const int64_t row = 2 * s;
     const double s1 = Sg * kSin72, s2 = Sg * kSin144;
     for (int64_t p = 0; p < m; ++p) {
@@ -202,9 +198,8 @@ const char* pass_odd(const _dcomplex* x, _dcomplex* y, int64_t s, int64_t m, int
     return nullptr;
 }
 
-template <int Sg>
-const char* run_pass(int radix, const _dcomplex* x, _dcomplex* y, int64_t s, int64_t m, const _dcomplex* tw,
-                     const _dcomplex* rot, _dcomplex* scratch, Poll& poll) {
+template <int Sg> const char* run_pass(int radix, const _dcomplex* x, _dcomplex* y, int64_t s, int64_t m,
+                                       const _dcomplex* tw, const _dcomplex* rot, _dcomplex* scratch, Poll& poll) {
     const double* xd = reinterpret_cast<const double*>(x);
     double* yd = reinterpret_cast<double*>(y);
     switch (radix) {

@@ -25,9 +25,8 @@ Axis axis(int64_t n, int64_t f, bool up) {
     return {size, size, false};
 }
 
-template <class T>
-const char* sample(const mat_t<T>* in, int32_t rf, int32_t cf, unsigned char rmode, unsigned char cmode, void* intrp,
-                   mat_t<T>* out) {
+template <class T> const char* sample(const mat_t<T>* in, int32_t rf, int32_t cf, unsigned char rmode,
+                                      unsigned char cmode, void* intrp, mat_t<T>* out) {
     validate(in);
     require_pointer(out);
     if (rf < 1 || cf < 1) return msg::illegal_data_value;
@@ -59,10 +58,10 @@ const char* sample(const mat_t<T>* in, int32_t rf, int32_t cf, unsigned char rmo
 
 using namespace detail;
 
-#define MUTILS_SAMPLE(CODE, T)                                                                                \
+#define MUTILS_SAMPLE(CODE, T)                                                                                    \
     const char* sig##CODE##_sample(const mat_t<T>* d, int32_t rf, int32_t cf, unsigned char rm, unsigned char cm, \
-                                   void* i, mat_t<T>* r) {                                                    \
-        return sample<T>(d, rf, cf, rm, cm, i, r);                                                            \
+                                   void* i, mat_t<T>* r) {                                                        \
+        return sample<T>(d, rf, cf, rm, cm, i, r);                                                                \
     }
 MUTILS_SAMPLE(dbl, double)
 MUTILS_SAMPLE(flt, float)

@@ -5,7 +5,6 @@
 
 #include "../core/detail.h"
 
-
 namespace mutils {
 namespace detail {
 namespace {
@@ -96,8 +95,7 @@ const char* cone(const _double_mat* x, int32_t step, void* intrp, _double_mat* r
     Poll poll(intrp);
     for (int64_t t = 1, j = 1; t < len && j < ncol; ++t) {
         const int64_t lags = std::min(nrow, len - t);
-        for (int64_t m = 0; m < lags; ++m)
-            acc[m] += s[t] * s[t + m] - (m < t ? s[t - 1 - m] * s[t - 1] : 0.0);
+        for (int64_t m = 0; m < lags; ++m) acc[m] += s[t] * s[t + m] - (m < t ? s[t - 1 - m] * s[t - 1] : 0.0);
         if (t % step == 0) {  // times between outputs are skipped, not summed
             for (int64_t m = 0; m < lags; ++m) at(r, m, j) = acc[m];
             ++j;
@@ -204,8 +202,7 @@ const char* sigdbl_timefreq_autocorrelate_born_jordan(const _double_mat* x, int3
 const char* sigdbl_timefreq_autocorrelate_cone(const _double_mat* x, int32_t step, void* i, _double_mat* r) {
     return cone(x, step, i, r);
 }
-const char* sigdbl_timefreq_autocorrelate_margeneau_hill(const _double_mat* x, int32_t step, void* i,
-                                                         _double_mat* r) {
+const char* sigdbl_timefreq_autocorrelate_margeneau_hill(const _double_mat* x, int32_t step, void* i, _double_mat* r) {
     return margeneau_hill(x, step, i, r);
 }
 const char* sigdbl_timefreq_autocorrelate_choi_williams(const _double_mat* x, double sigma, int32_t step, void* i,
@@ -221,12 +218,11 @@ const char* sigdbl_kernel_choi_williams(int32_t nlag, int32_t nmax, double sigma
 }
 
 // The universal members accept double matrices only and pass them on.
-#define MUTILS_TIMEFREQ_UNIV(NAME)                                                                  \
-    const char* siguniv_timefreq_autocorrelate_##NAME(const _univ_mat* x, int32_t step, void* i,    \
-                                                       _univ_mat* r) {                               \
-        return univ_call(types<double>{}, with(x, r), [&](auto, auto* tx, auto* tr) {               \
-            return sigdbl_timefreq_autocorrelate_##NAME(tx, step, i, tr);                           \
-        });                                                                                         \
+#define MUTILS_TIMEFREQ_UNIV(NAME)                                                                               \
+    const char* siguniv_timefreq_autocorrelate_##NAME(const _univ_mat* x, int32_t step, void* i, _univ_mat* r) { \
+        return univ_call(types<double>{}, with(x, r), [&](auto, auto* tx, auto* tr) {                            \
+            return sigdbl_timefreq_autocorrelate_##NAME(tx, step, i, tr);                                        \
+        });                                                                                                      \
     }
 MUTILS_TIMEFREQ_UNIV(wigner)
 MUTILS_TIMEFREQ_UNIV(born_jordan)
@@ -263,9 +259,9 @@ MUTILS_PLAIN(siguniv_timefreq_autocorrelate_wigner, (const _univ_mat* x, int32_t
              (x, step, i, r))
 MUTILS_PLAIN(siguniv_timefreq_autocorrelate_cone, (const _univ_mat* x, int32_t step, void* i, _univ_mat* r),
              (x, step, i, r))
-MUTILS_PLAIN(siguniv_timefreq_autocorrelate_margeneau_hill,
-             (const _univ_mat* x, int32_t step, void* i, _univ_mat* r), (x, step, i, r))
+MUTILS_PLAIN(siguniv_timefreq_autocorrelate_margeneau_hill, (const _univ_mat* x, int32_t step, void* i, _univ_mat* r),
+             (x, step, i, r))
 MUTILS_PLAIN(siguniv_timefreq_autocorrelate_choi_williams,
              (const _univ_mat* x, double sigma, int32_t step, void* i, _univ_mat* r), (x, sigma, step, i, r))
-MUTILS_PLAIN(siguniv_timefreq_autocorrelate_born_jordan,
-             (const _univ_mat* x, int32_t step, void* i, _univ_mat* r), (x, step, i, r))
+MUTILS_PLAIN(siguniv_timefreq_autocorrelate_born_jordan, (const _univ_mat* x, int32_t step, void* i, _univ_mat* r),
+             (x, step, i, r))

@@ -66,17 +66,16 @@ namespace mutils {
 /// element types and messages are in the file description.
 MUTILS_API const char* sigdbl_timefreq_autocorrelate_wigner(const _double_mat* x, int32_t step, void* intrp_ptr,
                                                             _double_mat* r);
-MUTILS_API const char* sigdbl_timefreq_autocorrelate_born_jordan(const _double_mat* x, int32_t step,
-                                                                 void* intrp_ptr, _double_mat* r);
+MUTILS_API const char* sigdbl_timefreq_autocorrelate_born_jordan(const _double_mat* x, int32_t step, void* intrp_ptr,
+                                                                 _double_mat* r);
 MUTILS_API const char* sigdbl_timefreq_autocorrelate_cone(const _double_mat* x, int32_t step, void* intrp_ptr,
                                                           _double_mat* r);
-MUTILS_API const char* sigdbl_timefreq_autocorrelate_margeneau_hill(const _double_mat* x, int32_t step,
-                                                                    void* intrp_ptr, _double_mat* r);
-MUTILS_API const char* sigdbl_timefreq_autocorrelate_choi_williams(const _double_mat* x, double sigma,
-                                                                   int32_t step, void* intrp_ptr, _double_mat* r);
+MUTILS_API const char* sigdbl_timefreq_autocorrelate_margeneau_hill(const _double_mat* x, int32_t step, void* intrp_ptr,
+                                                                    _double_mat* r);
+MUTILS_API const char* sigdbl_timefreq_autocorrelate_choi_williams(const _double_mat* x, double sigma, int32_t step,
+                                                                   void* intrp_ptr, _double_mat* r);
 MUTILS_API const char* sigdbl_timefreq_autocorrelate_custom(const _double_mat* x, int32_t step,
-                                                            const _double_mat* kernel, void* intrp_ptr,
-                                                            _double_mat* r);
+                                                            const _double_mat* kernel, void* intrp_ptr, _double_mat* r);
 /// Allocates the kernel (from the current arena) and fills it.
 MUTILS_API const char* sigdbl_kernel_choi_williams(int32_t nlag, int32_t nmax, double sigma, void* intrp_ptr,
                                                    _double_mat* kernel);
@@ -89,17 +88,16 @@ MUTILS_API const char* sigdbl_kernel_choi_williams(int32_t nlag, int32_t nmax, d
 /// element types and messages are in the file description.
 MUTILS_API const char* siguniv_timefreq_autocorrelate_wigner(const _univ_mat* x, int32_t step, void* intrp_ptr,
                                                              _univ_mat* r);
-MUTILS_API const char* siguniv_timefreq_autocorrelate_born_jordan(const _univ_mat* x, int32_t step,
-                                                                  void* intrp_ptr, _univ_mat* r);
+MUTILS_API const char* siguniv_timefreq_autocorrelate_born_jordan(const _univ_mat* x, int32_t step, void* intrp_ptr,
+                                                                  _univ_mat* r);
 MUTILS_API const char* siguniv_timefreq_autocorrelate_cone(const _univ_mat* x, int32_t step, void* intrp_ptr,
                                                            _univ_mat* r);
-MUTILS_API const char* siguniv_timefreq_autocorrelate_margeneau_hill(const _univ_mat* x, int32_t step,
-                                                                     void* intrp_ptr, _univ_mat* r);
-MUTILS_API const char* siguniv_timefreq_autocorrelate_choi_williams(const _univ_mat* x, double sigma,
-                                                                    int32_t step, void* intrp_ptr, _univ_mat* r);
-MUTILS_API const char* siguniv_timefreq_autocorrelate_custom(const _univ_mat* x, int32_t step,
-                                                             const _univ_mat* kernel, void* intrp_ptr,
-                                                             _univ_mat* r);
+MUTILS_API const char* siguniv_timefreq_autocorrelate_margeneau_hill(const _univ_mat* x, int32_t step, void* intrp_ptr,
+                                                                     _univ_mat* r);
+MUTILS_API const char* siguniv_timefreq_autocorrelate_choi_williams(const _univ_mat* x, double sigma, int32_t step,
+                                                                    void* intrp_ptr, _univ_mat* r);
+MUTILS_API const char* siguniv_timefreq_autocorrelate_custom(const _univ_mat* x, int32_t step, const _univ_mat* kernel,
+                                                             void* intrp_ptr, _univ_mat* r);
 /// `type` must be MUTIL_DOUBLE; the kernel is allocated as a double matrix.
 MUTILS_API const char* siguniv_kernel_choi_williams(int32_t nlag, int32_t nmax, double sigma, void* intrp_ptr,
                                                     _univ_mat* kernel, _mutil_data_type type);
@@ -122,11 +120,9 @@ MUTILS_API mutils::_mutil_errcode siguniv_timefreq_autocorrelate_cone(const muti
 MUTILS_API mutils::_mutil_errcode siguniv_timefreq_autocorrelate_margeneau_hill(const mutils::_univ_mat* x,
                                                                                 int32_t step, void* intrp_ptr,
                                                                                 mutils::_univ_mat* r);
-MUTILS_API mutils::_mutil_errcode siguniv_timefreq_autocorrelate_choi_williams(const mutils::_univ_mat* x,
-                                                                               double sigma, int32_t step,
-                                                                               void* intrp_ptr,
+MUTILS_API mutils::_mutil_errcode siguniv_timefreq_autocorrelate_choi_williams(const mutils::_univ_mat* x, double sigma,
+                                                                               int32_t step, void* intrp_ptr,
                                                                                mutils::_univ_mat* r);
-MUTILS_API mutils::_mutil_errcode siguniv_timefreq_autocorrelate_born_jordan(const mutils::_univ_mat* x,
-                                                                             int32_t step, void* intrp_ptr,
-                                                                             mutils::_univ_mat* r);
+MUTILS_API mutils::_mutil_errcode siguniv_timefreq_autocorrelate_born_jordan(const mutils::_univ_mat* x, int32_t step,
+                                                                             void* intrp_ptr, mutils::_univ_mat* r);
 /// @}

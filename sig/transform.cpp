@@ -69,21 +69,20 @@ const char* sigcpx_transform_discrete_fourier(const _dcomplex_mat* in, unsigned 
 
 const char* siguniv_transform_discrete_fourier(const _univ_mat* in, unsigned char inverse, void* intrp,
                                                _univ_mat* out) {
-    return univ_call(types<double, _dcomplex>{}, with(in, fixed<_dcomplex>(out)), [&](auto t, auto* a, auto* r) {
-        return dft<MUTILS_T(t)>(a, inverse, intrp, r);
-    });
+    return univ_call(types<double, _dcomplex>{}, with(in, fixed<_dcomplex>(out)),
+                     [&](auto t, auto* a, auto* r) { return dft<MUTILS_T(t)>(a, inverse, intrp, r); });
 }
 
 /// The real transforms: a double input and a result of the input's type.
-#define MUTILS_UNIV_REAL(NAME)                                                                   \
-    const char* siguniv_##NAME(const _univ_mat* in, void* intrp, _univ_mat* out) {                \
-        return univ_call(types<double>{}, with(in, out),                                          \
-                         [&](auto, auto* a, auto* r) { return sigdbl_##NAME(a, intrp, r); });     \
+#define MUTILS_UNIV_REAL(NAME)                                                                \
+    const char* siguniv_##NAME(const _univ_mat* in, void* intrp, _univ_mat* out) {            \
+        return univ_call(types<double>{}, with(in, out),                                      \
+                         [&](auto, auto* a, auto* r) { return sigdbl_##NAME(a, intrp, r); }); \
     }
-#define MUTILS_UNIV_REAL_FLAG(NAME)                                                                         \
-    const char* siguniv_##NAME(const _univ_mat* in, unsigned char inverse, void* intrp, _univ_mat* out) {   \
-        return univ_call(types<double>{}, with(in, out),                                                    \
-                         [&](auto, auto* a, auto* r) { return sigdbl_##NAME(a, inverse, intrp, r); });      \
+#define MUTILS_UNIV_REAL_FLAG(NAME)                                                                       \
+    const char* siguniv_##NAME(const _univ_mat* in, unsigned char inverse, void* intrp, _univ_mat* out) { \
+        return univ_call(types<double>{}, with(in, out),                                                  \
+                         [&](auto, auto* a, auto* r) { return sigdbl_##NAME(a, inverse, intrp, r); });    \
     }
 MUTILS_UNIV_REAL(transform_discrete_cosine_II)
 MUTILS_UNIV_REAL(transform_discrete_cosine_II_inverse)

@@ -53,12 +53,12 @@ namespace mutils {
 /// @{
 /// `transform_discrete_fourier` for each element type declared here; the contract, element types and messages are
 /// in the file description.
-MUTILS_API const char* sigdbl_transform_discrete_fourier(const _double_mat* in, unsigned char inverse,
-                                                         void* intrp_ptr, _dcomplex_mat* out);
+MUTILS_API const char* sigdbl_transform_discrete_fourier(const _double_mat* in, unsigned char inverse, void* intrp_ptr,
+                                                         _dcomplex_mat* out);
 MUTILS_API const char* sigcpx_transform_discrete_fourier(const _dcomplex_mat* in, unsigned char inverse,
                                                          void* intrp_ptr, _dcomplex_mat* out);
-MUTILS_API const char* siguniv_transform_discrete_fourier(const _univ_mat* in, unsigned char inverse,
-                                                          void* intrp_ptr, _univ_mat* out);
+MUTILS_API const char* siguniv_transform_discrete_fourier(const _univ_mat* in, unsigned char inverse, void* intrp_ptr,
+                                                          _univ_mat* out);
 /// @}
 
 /// @{
@@ -90,8 +90,7 @@ MUTILS_API const char* siguniv_transform_discrete_cosine_II_inverse(const _univ_
                                                                     _univ_mat* out);
 MUTILS_API const char* siguniv_transform_discrete_cosine_II_2d(const _univ_mat* in, unsigned char inverse,
                                                                void* intrp_ptr, _univ_mat* out);
-MUTILS_API const char* siguniv_transform_discrete_cosine_II_pow2(const _univ_mat* in, void* intrp_ptr,
-                                                                 _univ_mat* out);
+MUTILS_API const char* siguniv_transform_discrete_cosine_II_pow2(const _univ_mat* in, void* intrp_ptr, _univ_mat* out);
 MUTILS_API const char* siguniv_transform_discrete_cosine_II_inverse_pow2(const _univ_mat* in, void* intrp_ptr,
                                                                          _univ_mat* out);
 MUTILS_API const char* siguniv_transform_discrete_cosine_II_2d_pow2(const _univ_mat* in, unsigned char inverse,
@@ -104,9 +103,8 @@ MUTILS_API const char* siguniv_transform_hartley(const _univ_mat* in, void* intr
 /// @{
 /// `transform_discrete_fourier`, `transform_discrete_cosine_II_2d` for each element type declared here; the
 /// contract, element types and messages are in the file description.
-MUTILS_API mutils::_mutil_errcode siguniv_transform_discrete_fourier(const mutils::_univ_mat* in,
-                                                                     unsigned char inverse, void* intrp_ptr,
-                                                                     mutils::_univ_mat* out);
+MUTILS_API mutils::_mutil_errcode siguniv_transform_discrete_fourier(const mutils::_univ_mat* in, unsigned char inverse,
+                                                                     void* intrp_ptr, mutils::_univ_mat* out);
 MUTILS_API mutils::_mutil_errcode siguniv_transform_discrete_cosine_II_2d(const mutils::_univ_mat* in,
                                                                           unsigned char inverse, void* intrp_ptr,
                                                                           mutils::_univ_mat* out);

@@ -6,7 +6,6 @@
 
 #include "../core/detail.h"
 
-
 namespace mutils {
 namespace detail {
 namespace {
@@ -50,9 +49,8 @@ const char* rectangle(void* intrp, _double_mat* w) {
 }
 
 const char* triangle(void* intrp, _double_mat* w) {
-    return symmetric(w, 5.0, intrp, [](int64_t k, int64_t n) {
-        return k < n / 2 ? 2.0 * double(k + 1) / double(n + 1) : 1.0;
-    });
+    return symmetric(w, 5.0, intrp,
+                     [](int64_t k, int64_t n) { return k < n / 2 ? 2.0 * double(k + 1) / double(n + 1) : 1.0; });
 }
 
 /// Hanning and blackman leave out the zero end points: n is shifted by one and the period is N + 1.
@@ -81,8 +79,7 @@ const char* nuttall(void* intrp, _double_mat* w) {
     return symmetric(w, 200.0, intrp, [](int64_t k, int64_t n) {
         if (k == 0 || k == n - 1) return 0.0;
         const double x = 2.0 * kPi * double(k) / double(n - 1);
-        return 0.3635819 - 0.4891775 * std::cos(x) + 0.1365995 * std::cos(2.0 * x) -
-               0.0106411 * std::cos(3.0 * x);
+        return 0.3635819 - 0.4891775 * std::cos(x) + 0.1365995 * std::cos(2.0 * x) - 0.0106411 * std::cos(3.0 * x);
     });
 }
 
@@ -118,13 +115,17 @@ const char* bessel_i0(double* v, int64_t n, Poll& poll) {
         const double ax = std::fabs(v[i]);
         if (ax < 3.75) {
             const double y = v[i] * v[i] / 14.0625;
-            v[i] = 1.0 + y * (3.5156229 + y * (3.0899424 + y * (1.2067492 +
-                   y * (0.2659732 + y * (0.0360768 + y * 0.0045813)))));
+            v[i] = 1.0 + y * (3.5156229 +
+                              y * (3.0899424 + y * (1.2067492 + y * (0.2659732 + y * (0.0360768 + y * 0.0045813)))));
         } else {
             const double y = 3.75 / ax;
             v[i] = std::exp(ax) / std::sqrt(ax) *
-                   (0.39894228 + y * (0.01328592 + y * (0.00225319 + y * (-0.00157565 + y * (0.00916281 +
-                    y * (-0.02057706 + y * (0.02635537 + y * (-0.01647633 + y * 0.00392377))))))));
+                   (0.39894228 +
+                    y * (0.01328592 +
+                         y * (0.00225319 +
+                              y * (-0.00157565 +
+                                   y * (0.00916281 +
+                                        y * (-0.02057706 + y * (0.02635537 + y * (-0.01647633 + y * 0.00392377))))))));
         }
         MUTILS_TRY(poll.add(kCostBessel));
     }
@@ -154,16 +155,14 @@ const char* kaiser(double beta, void* intrp, _double_mat* w) {
 
 /// arccosh(c) for c >= 1 as log(c + sqrt(c^2 - 1)); past 1e150, where c^2 would overflow, the
 /// root equals c to full precision and the value is log(2c).
-double arccosh(double c) {
-    return c < 1e150 ? std::log(c + std::sqrt(c * c - 1.0)) : std::log(c) + std::log(2.0);
-}
+double arccosh(double c) { return c < 1e150 ? std::log(c + std::sqrt(c * c - 1.0)) : std::log(c) + std::log(2.0); }
 
 /// Half of a real inverse DFT by direct summation, the O(N^2) that window lengths afford:
 /// out[i] = sum_j re[j] cos(2 pi i j / N) + im[j] sin(2 pi i j / N) for i = 0 ... count - 1.
 /// The tables cosv and sinv (N values each) are filled here and indexed by i j mod N, so no
 /// angle grows with the length.
-const char* inverse_dft_half(const double* re, const double* im, int64_t n, double* cosv, double* sinv,
-                             int64_t count, double* out, Poll& poll) {
+const char* inverse_dft_half(const double* re, const double* im, int64_t n, double* cosv, double* sinv, int64_t count,
+                             double* out, Poll& poll) {
     for (int64_t m = 0; m < n; ++m) {
         cosv[m] = std::cos(2.0 * kPi * double(m) / double(n));
         sinv[m] = std::sin(2.0 * kPi * double(m) / double(n));
@@ -218,8 +217,8 @@ const char* chebyshev(double attenuation_db, void* intrp, _double_mat* w) {
         // At f = 1/2 (even N) x is -1 exactly in real arithmetic but may round a hair below;
         // arccosh there would be a NaN that the transform spreads over every sample.
         if (x < -1.0 && x >= -1.0 - below) x = -1.0;
-        const double p = std::fabs(x) > 1.0 ? ripple * std::cosh(order * arccosh(x))
-                                            : ripple * std::cos(order * std::acos(x));
+        const double p =
+            std::fabs(x) > 1.0 ? ripple * std::cosh(order * arccosh(x)) : ripple * std::cos(order * std::acos(x));
         pr[j] = pi[j] = p;
         if (even) {
             const double sign = j > n / 2 ? -1.0 : 1.0;
@@ -260,15 +259,13 @@ const char* sigdbl_window_kaiser(double p, void* i, _double_mat* r) { return kai
 const char* sigdbl_window_chebyshev(double p, void* i, _double_mat* r) { return chebyshev(p, i, r); }
 
 // The universal members accept double results only and pass them on.
-#define MUTILS_WINDOW_UNIV(NAME)                                                    \
-    const char* siguniv_window_##NAME(void* i, _univ_mat* r) {                      \
-        return univ_call(types<double>{}, with(r),                                  \
-                         [&](auto, auto* tr) { return sigdbl_window_##NAME(i, tr); }); \
+#define MUTILS_WINDOW_UNIV(NAME)                                                                                 \
+    const char* siguniv_window_##NAME(void* i, _univ_mat* r) {                                                   \
+        return univ_call(types<double>{}, with(r), [&](auto, auto* tr) { return sigdbl_window_##NAME(i, tr); }); \
     }
-#define MUTILS_WINDOW_UNIV_PARAM(NAME)                                              \
-    const char* siguniv_window_##NAME(double p, void* i, _univ_mat* r) {            \
-        return univ_call(types<double>{}, with(r),                                  \
-                         [&](auto, auto* tr) { return sigdbl_window_##NAME(p, i, tr); }); \
+#define MUTILS_WINDOW_UNIV_PARAM(NAME)                                                                              \
+    const char* siguniv_window_##NAME(double p, void* i, _univ_mat* r) {                                            \
+        return univ_call(types<double>{}, with(r), [&](auto, auto* tr) { return sigdbl_window_##NAME(p, i, tr); }); \
     }
 MUTILS_WINDOW_UNIV(rectangle)
 MUTILS_WINDOW_UNIV(triangle)

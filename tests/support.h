@@ -17,7 +17,6 @@
 // global plain entry points of the same name (write ::name for those).
 namespace mutils::test {
 
-
 /// A typed matrix of rows x cols holding `values` (row-major), allocated in the current arena.
 template <class T> detail::mat_t<T> make(int32_t rows, int32_t cols, const std::vector<T>& values = {}) {
     detail::mat_t<T> m;
@@ -40,9 +39,7 @@ template <class T> _univ_mat make_univ(int32_t rows, int32_t cols, const std::ve
 }
 
 /// The elements of a typed record as a vector.
-template <class M> auto values(const M& m) {
-    return std::vector<detail::elem_of<M>>(m.data, m.data + m.nelem);
-}
+template <class M> auto values(const M& m) { return std::vector<detail::elem_of<M>>(m.data, m.data + m.nelem); }
 
 /// The elements of a universal matrix of element type T as a vector.
 template <class T> std::vector<T> values_of(const _univ_mat& u) {

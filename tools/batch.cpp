@@ -16,8 +16,8 @@ namespace {
 void draw_progress(std::size_t done, std::size_t total) {
     const int width = 40;
     int filled = total ? int(width * done / total) : width;
-    std::fprintf(stderr, "\r[%.*s%*s] %zu/%zu", filled, "########################################",
-                 width - filled, "", done, total);
+    std::fprintf(stderr, "\r[%.*s%*s] %zu/%zu", filled, "########################################", width - filled, "",
+                 done, total);
     if (done == total) std::fputc('\n', stderr);
     std::fflush(stderr);
 }

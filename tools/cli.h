@@ -90,8 +90,7 @@ std::string pbm_to_library_layout(const std::string& bytes);
 std::string pbm_to_standard_layout(const std::string& bytes);
 
 /// A typed view of a universal matrix's data (no copy; writes go to the same block).
-template <class M>
-M typed(const mutils::_univ_mat& u) {
+template <class M> M typed(const mutils::_univ_mat& u) {
     return M{u.nrow, u.ncol, u.nelem, static_cast<decltype(M::data)>(u.data)};
 }
 
@@ -121,7 +120,7 @@ struct BatchOptions {
     std::vector<std::string> inputs;
     std::string output;
     int jobs = 1;
-    std::string format;                  // --format: output format, whatever the name says
+    std::string format;                   // --format: output format, whatever the name says
     std::string pbm_layout = "standard";  // --pbm-layout: standard or library
     SaveOptions save() const;
     /// The extension of outputs written into a directory: the --format word, else `fallback`.

@@ -36,10 +36,14 @@ void filter(const FilterOptions& o, const std::string& in) {
     const auto b = static_cast<_mutil_boundary_type>(o.border);
     for (const _univ_mat& p : d.planes) {
         _univ_mat r = make(p.nrow, p.ncol, o.op == "variance" ? MUTIL_DOUBLE : p.type);
-        if (o.op == "mean") check(mutils::imguniv_filter_local_mean(&p, wr, wc, b, nullptr, &r));
-        else if (o.op == "variance") check(mutils::imguniv_filter_local_variance(&p, wr, wc, b, nullptr, &r));
-        else if (o.op == "wiener") check(mutils::imguniv_filter_wiener(&p, wr, wc, o.noise, b, nullptr, &r));
-        else check(mutils::imguniv_filter_quantile(&p, wr, wc, o.op == "median" ? 0.5 : o.quantile, b, nullptr, &r));
+        if (o.op == "mean")
+            check(mutils::imguniv_filter_local_mean(&p, wr, wc, b, nullptr, &r));
+        else if (o.op == "variance")
+            check(mutils::imguniv_filter_local_variance(&p, wr, wc, b, nullptr, &r));
+        else if (o.op == "wiener")
+            check(mutils::imguniv_filter_wiener(&p, wr, wc, o.noise, b, nullptr, &r));
+        else
+            check(mutils::imguniv_filter_quantile(&p, wr, wc, o.op == "median" ? 0.5 : o.quantile, b, nullptr, &r));
         out.planes.push_back(r);
     }
     save(output_for(in, o.batch.output, o.batch.inputs.size(), image_ext(out.planes.size())), out);
@@ -99,7 +103,9 @@ void color(const ColorOptions& o, const std::string& in) {
         // RGB output keeps integer planes; every other space is written in double.
         const _img_color_space from = space_of(o.from), to = space_of(o.to);
         const bool keep = to == IMG_COLOR_RGB && from == IMG_COLOR_RGB;
-        const _mutil_data_type type = keep ? first.type : to == IMG_COLOR_RGB && from != IMG_COLOR_RGB ? MUTIL_UINT8 : MUTIL_DOUBLE;
+        const _mutil_data_type type = keep                                           ? first.type
+                                      : to == IMG_COLOR_RGB && from != IMG_COLOR_RGB ? MUTIL_UINT8
+                                                                                     : MUTIL_DOUBLE;
         for (int i = 0; i < 3; ++i) out.planes.push_back(make(first.nrow, first.ncol, type));
         _mat_set r = set_of(out.planes);
         check(mutils::imgset_color_convert(&s, from, to, nullptr, &r));
@@ -121,28 +127,35 @@ void color(const ColorOptions& o, const std::string& in) {
 void register_filter_commands(CLI::App& app) {
     auto f = std::make_shared<FilterOptions>();
     auto* fi = app.add_subcommand("filter", "Neighbourhood filters: local mean, variance, Wiener, quantile, median");
-    fi->add_option("operation", f->op, "mean variance wiener quantile median")->required()
+    fi->add_option("operation", f->op, "mean variance wiener quantile median")
+        ->required()
         ->check(CLI::IsMember({"mean", "variance", "wiener", "quantile", "median"}));
     add_batch_options(fi, f->batch);
     fi->add_option("--rows", f->rows, "Window rows (default 3)")->check(CLI::Range(1, 100000));
     fi->add_option("--cols", f->cols, "Window columns (default 3)")->check(CLI::Range(1, 100000));
     fi->add_option("--size", f->size, "Square window (sets rows and columns)")->check(CLI::Range(1, 100000));
-    fi->add_option("--border", f->border, "0 zero, 1 periodic, 2 reflect, 3 replicate (default 3; mean, variance "
-                                          "and wiener take 0 or 3)");
+    fi->add_option("--border", f->border,
+                   "0 zero, 1 periodic, 2 reflect, 3 replicate (default 3; mean, variance "
+                   "and wiener take 0 or 3)");
     fi->add_option("--noise", f->noise, "wiener: noise variance (default: the mean local variance)");
     fi->add_option("-q,--quantile", f->quantile, "quantile: 0 minimum, 0.5 median, 1 maximum (default 0.5)");
-    fi->callback([f] { finish(run_batch("filter", f->batch.inputs, f->batch.jobs, [f](const std::string& i) { filter(*f, i); })); });
+    fi->callback([f] {
+        finish(run_batch("filter", f->batch.inputs, f->batch.jobs, [f](const std::string& i) { filter(*f, i); }));
+    });
 
     auto c = std::make_shared<ColorOptions>();
     auto* co = app.add_subcommand("color", "Colour images: grey levels, colour spaces, palettes");
-    co->add_option("operation", c->op, "gray convert palette")->required()
+    co->add_option("operation", c->op, "gray convert palette")
+        ->required()
         ->check(CLI::IsMember({"gray", "convert", "palette"}));
     add_batch_options(co, c->batch);
     co->add_option("--from", c->from, "convert: space of the input (rgb hsv ycbcr xyz lab; default rgb)");
     co->add_option("--to", c->to, "convert: space of the output (default hsv; other than rgb written as .mat)");
     co->add_option("--palette", c->palette, "palette: matrix file of colours, one per row");
     co->add_option("--levels", c->levels, "palette: levels per channel of a uniform palette (default 4)");
-    co->callback([c] { finish(run_batch("color", c->batch.inputs, c->batch.jobs, [c](const std::string& i) { color(*c, i); })); });
+    co->callback([c] {
+        finish(run_batch("color", c->batch.inputs, c->batch.jobs, [c](const std::string& i) { color(*c, i); }));
+    });
 }
 
 }  // namespace cli

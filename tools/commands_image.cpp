@@ -37,7 +37,8 @@ _univ_mat binary_of(const _univ_mat& m, double fg, double level) {
     // Already two-valued (background 0 and the foreground value) in a type the binary operations
     // take: used as it is. A 0/1 mask (what the thresholds write) gets the foreground value for
     // its ones; anything else is cut at `level`.
-    bool supported = m.type == MUTIL_UINT8 || m.type == MUTIL_UINT16 || m.type == MUTIL_SINT32 || m.type == MUTIL_DOUBLE;
+    bool supported =
+        m.type == MUTIL_UINT8 || m.type == MUTIL_UINT16 || m.type == MUTIL_SINT32 || m.type == MUTIL_DOUBLE;
     _univ_mat d = to_double(m);
     const double* p = static_cast<const double*>(d.data);
     bool two_valued = true, zero_one = true;
@@ -102,13 +103,18 @@ _univ_mat structuring_element(const MorphOptions& o, _mutil_data_type type, int3
         orow = ocol = r;
     } else {
         se = make(o.height, o.width, type);
-        check(mutils::imguniv_generate_rectangle(0, 0, o.height, o.width, scalar_of(type, 1), scalar_of(type, 0), nullptr, &se));
+        check(mutils::imguniv_generate_rectangle(0, 0, o.height, o.width, scalar_of(type, 1), scalar_of(type, 0),
+                                                 nullptr, &se));
         orow = o.height / 2;
         ocol = o.width / 2;
     }
     if (o.grey) {
         // A flat grey-scale element: every member adds or subtracts 0.
-        std::memset(se.data, 0, std::size_t(se.nelem) * (type == MUTIL_DOUBLE ? 8 : type == MUTIL_UINT8 ? 1 : type == MUTIL_UINT16 ? 2 : 4));
+        std::memset(se.data, 0,
+                    std::size_t(se.nelem) * (type == MUTIL_DOUBLE   ? 8
+                                             : type == MUTIL_UINT8  ? 1
+                                             : type == MUTIL_UINT16 ? 2
+                                                                    : 4));
     }
     return se;
 }
@@ -122,12 +128,18 @@ void morph(const MorphOptions& o, const std::string& in) {
         _univ_mat se = structuring_element(o, img.type, orow, ocol);
         _univ_mat r = make(img.nrow, img.ncol, img.type);
         auto b = static_cast<_mutil_boundary_type>(o.border);
-        if (o.op == "erode") check(mutils::imguniv_grayscale_erode(&img, &se, orow, ocol, b, nullptr, &r));
-        else if (o.op == "dilate") check(mutils::imguniv_grayscale_dilate(&img, &se, orow, ocol, b, nullptr, &r));
-        else if (o.op == "open") check(mutils::imguniv_grayscale_open(&img, &se, b, nullptr, &r));
-        else if (o.op == "close") check(mutils::imguniv_grayscale_close(&img, &se, b, nullptr, &r));
-        else throw Failure("grey-scale morphology has erode, dilate, open and close");
-        save(output_for(in, o.batch.output, o.batch.inputs.size(), o.batch.extension("pgm")), single(r), o.batch.save());
+        if (o.op == "erode")
+            check(mutils::imguniv_grayscale_erode(&img, &se, orow, ocol, b, nullptr, &r));
+        else if (o.op == "dilate")
+            check(mutils::imguniv_grayscale_dilate(&img, &se, orow, ocol, b, nullptr, &r));
+        else if (o.op == "open")
+            check(mutils::imguniv_grayscale_open(&img, &se, b, nullptr, &r));
+        else if (o.op == "close")
+            check(mutils::imguniv_grayscale_close(&img, &se, b, nullptr, &r));
+        else
+            throw Failure("grey-scale morphology has erode, dilate, open and close");
+        save(output_for(in, o.batch.output, o.batch.inputs.size(), o.batch.extension("pgm")), single(r),
+             o.batch.save());
         return;
     }
     img = binary_of(img, o.foreground, o.level);
@@ -140,10 +152,14 @@ void morph(const MorphOptions& o, const std::string& in) {
     } else {
         int32_t orow, ocol;
         _univ_mat se = structuring_element(o, MUTIL_UINT8, orow, ocol);
-        if (o.op == "erode") check(mutils::imguniv_binary_erode(&img, &se, orow, ocol, fg, bg, nullptr, &r));
-        else if (o.op == "dilate") check(mutils::imguniv_binary_dilate(&img, &se, orow, ocol, fg, bg, nullptr, &r));
-        else if (o.op == "open") check(mutils::imguniv_binary_open(&img, &se, fg, bg, nullptr, &r));
-        else check(mutils::imguniv_binary_close(&img, &se, fg, bg, nullptr, &r));
+        if (o.op == "erode")
+            check(mutils::imguniv_binary_erode(&img, &se, orow, ocol, fg, bg, nullptr, &r));
+        else if (o.op == "dilate")
+            check(mutils::imguniv_binary_dilate(&img, &se, orow, ocol, fg, bg, nullptr, &r));
+        else if (o.op == "open")
+            check(mutils::imguniv_binary_open(&img, &se, fg, bg, nullptr, &r));
+        else
+            check(mutils::imguniv_binary_close(&img, &se, fg, bg, nullptr, &r));
     }
     save(output_for(in, o.batch.output, o.batch.inputs.size(), o.batch.extension("pgm")), single(r), o.batch.save());
 }
@@ -162,9 +178,10 @@ void label(const LabelOptions& o, const std::string& in) {
     _univ_mat labels = make(img.nrow, img.ncol, MUTIL_UINT32);
     uint32_t count = 0;
     check(mutils::imguniv_connected_components(&img, static_cast<_img_connected_type>(o.four ? 0 : 1),
-                                       scalar_of(img.type, o.value), o.min_size, nullptr, &labels, &count));
+                                               scalar_of(img.type, o.value), o.min_size, nullptr, &labels, &count));
     std::printf("%s: %u labels (background included)\n", in.c_str(), count);
-    save(output_for(in, o.batch.output, o.batch.inputs.size(), o.batch.extension("pgm")), single(labels), o.batch.save());
+    save(output_for(in, o.batch.output, o.batch.inputs.size(), o.batch.extension("pgm")), single(labels),
+         o.batch.save());
 }
 
 // ---- thresholds -------------------------------------------------------------------------------
@@ -186,10 +203,12 @@ void threshold(const ThresholdOptions& o, const std::string& in) {
         double t = 0;
         int kind = o.criterion == "variance" ? 1 : 0;
         check(mutils::imguniv_threshold_auto(&img, o.bins, static_cast<_img_thresh_type>(kind), nullptr, &r, &t));
-        std::printf("%s: threshold %g (%s criterion)\n", in.c_str(), t, kind ? "between-class variance" : "minimum error");
+        std::printf("%s: threshold %g (%s criterion)\n", in.c_str(), t,
+                    kind ? "between-class variance" : "minimum error");
     } else if (o.method == "hysteresis") {
         r = make(img.nrow, img.ncol, MUTIL_UINT8);
-        check(mutils::imguniv_threshold_hysteresis(&img, o.low, o.high, scalar_u8(uint8_t(o.foreground)), scalar_u8(0), nullptr, &r));
+        check(mutils::imguniv_threshold_hysteresis(&img, o.low, o.high, scalar_u8(uint8_t(o.foreground)), scalar_u8(0),
+                                                   nullptr, &r));
     } else {
         r = make(img.nrow, img.ncol, MUTIL_UINT8);
         check(mutils::imguniv_map_window_level(&img, o.low, o.high, nullptr, &r));
@@ -210,7 +229,8 @@ void distance(const ObjectOptions& o, const std::string& in) {
     if (img.type == MUTIL_UINT32) img = to_double(img);
     int kind = o.metric == "euclidean" ? 0 : o.metric == "cityblock" ? 1 : 2;
     _univ_mat r = make(img.nrow, img.ncol, MUTIL_DOUBLE);
-    check(mutils::imguniv_transform_distance(&img, static_cast<_img_distance_type>(kind), scalar_of(img.type, o.object), nullptr, &r));
+    check(mutils::imguniv_transform_distance(&img, static_cast<_img_distance_type>(kind), scalar_of(img.type, o.object),
+                                             nullptr, &r));
     save(output_for(in, o.batch.output, o.batch.inputs.size(), o.batch.extension("mat")), single(r), o.batch.save());
 }
 
@@ -261,8 +281,8 @@ void flow(const FlowOptions& o) {
     int32_t iterations = 0;
     double change = 0;
     int kind = n == 2 ? 0 : n == 3 ? 1 : 2;
-    check(mutils::vidset_optical_flow_horn_schunck(&frames, static_cast<_vid_gradient_type>(kind), o.iterations, o.tolerance,
-                                           o.alpha, nullptr, &u, &v, &iterations, &change));
+    check(mutils::vidset_optical_flow_horn_schunck(&frames, static_cast<_vid_gradient_type>(kind), o.iterations,
+                                                   o.tolerance, o.alpha, nullptr, &u, &v, &iterations, &change));
     const double* pu = static_cast<const double*>(u.data);
     const double* pv = static_cast<const double*>(v.data);
     double mean = 0;
@@ -285,11 +305,14 @@ void register_image_commands(CLI::App& app) {
     ed->add_option("--sigma", e->sigma, "Canny: Gaussian width (default 1.5)");
     ed->add_option("--low", e->low, "Low gradient threshold (default 4)");
     ed->add_option("--high", e->high, "High gradient threshold (default 10)");
-    ed->callback([e] { finish(run_batch("edges", e->batch.inputs, e->batch.jobs, [e](const std::string& i) { edges(*e, i); })); });
+    ed->callback([e] {
+        finish(run_batch("edges", e->batch.inputs, e->batch.jobs, [e](const std::string& i) { edges(*e, i); }));
+    });
 
     auto m = std::make_shared<MorphOptions>();
     auto* mo = app.add_subcommand("morph", "Binary or grey-scale morphology");
-    mo->add_option("operation", m->op, "erode dilate open close thin skeleton")->required()
+    mo->add_option("operation", m->op, "erode dilate open close thin skeleton")
+        ->required()
         ->check(CLI::IsMember({"erode", "dilate", "open", "close", "thin", "skeleton"}));
     add_batch_options(mo, m->batch);
     mo->add_option("--element", m->element, "disk or rect (default disk)")->check(CLI::IsMember({"disk", "rect"}));
@@ -300,7 +323,9 @@ void register_image_commands(CLI::App& app) {
     mo->add_option("--level", m->level, "Non-binary input: pixels above are foreground (default 127.5)");
     mo->add_flag("--grey", m->grey, "Grey-scale morphology with a flat element");
     mo->add_option("--border", m->border, "Grey-scale border: 0 zero, 3 replicate (default 3)");
-    mo->callback([m] { finish(run_batch("morph", m->batch.inputs, m->batch.jobs, [m](const std::string& i) { morph(*m, i); })); });
+    mo->callback([m] {
+        finish(run_batch("morph", m->batch.inputs, m->batch.jobs, [m](const std::string& i) { morph(*m, i); }));
+    });
 
     auto l = std::make_shared<LabelOptions>();
     auto* la = app.add_subcommand("label", "Connected components: a label image and the count");
@@ -309,11 +334,14 @@ void register_image_commands(CLI::App& app) {
     la->add_option("--level", l->level, "Non-binary input: pixels above are objects (default 127.5)");
     la->add_flag("--four", l->four, "Four neighbours instead of eight");
     la->add_option("--min-size", l->min_size, "Smaller components are dropped");
-    la->callback([l] { finish(run_batch("label", l->batch.inputs, l->batch.jobs, [l](const std::string& i) { label(*l, i); })); });
+    la->callback([l] {
+        finish(run_batch("label", l->batch.inputs, l->batch.jobs, [l](const std::string& i) { label(*l, i); }));
+    });
 
     auto t = std::make_shared<ThresholdOptions>();
     auto* th = app.add_subcommand("threshold", "Automatic, hysteresis or window/level thresholds");
-    th->add_option("method", t->method, "auto, hysteresis or window")->required()
+    th->add_option("method", t->method, "auto, hysteresis or window")
+        ->required()
         ->check(CLI::IsMember({"auto", "hysteresis", "window"}));
     add_batch_options(th, t->batch);
     th->add_option("--criterion", t->criterion, "auto: variance or error (default variance)")
@@ -321,7 +349,9 @@ void register_image_commands(CLI::App& app) {
     th->add_option("--bins", t->bins, "auto: histogram bins (default 256)");
     th->add_option("--low", t->low, "hysteresis/window: low bound");
     th->add_option("--high", t->high, "hysteresis/window: high bound");
-    th->callback([t] { finish(run_batch("threshold", t->batch.inputs, t->batch.jobs, [t](const std::string& i) { threshold(*t, i); })); });
+    th->callback([t] {
+        finish(run_batch("threshold", t->batch.inputs, t->batch.jobs, [t](const std::string& i) { threshold(*t, i); }));
+    });
 
     auto d = std::make_shared<ObjectOptions>();
     auto* di = app.add_subcommand("distance", "Chamfer distance to the nearest object pixel (matrix output)");
@@ -329,13 +359,16 @@ void register_image_commands(CLI::App& app) {
     di->add_option("--metric", d->metric, "euclidean, cityblock or chessboard")
         ->check(CLI::IsMember({"euclidean", "cityblock", "chessboard"}));
     di->add_option("--object", d->object, "Object value (default 255)");
-    di->callback([d] { finish(run_batch("distance", d->batch.inputs, d->batch.jobs, [d](const std::string& i) { distance(*d, i); })); });
+    di->callback([d] {
+        finish(run_batch("distance", d->batch.inputs, d->batch.jobs, [d](const std::string& i) { distance(*d, i); }));
+    });
 
     auto h = std::make_shared<ObjectOptions>();
     auto* hu = app.add_subcommand("hull", "Filled convex hull of the object pixels");
     add_batch_options(hu, h->batch);
     hu->add_option("--object", h->object, "Object value (default 255)");
-    hu->callback([h] { finish(run_batch("hull", h->batch.inputs, h->batch.jobs, [h](const std::string& i) { hull(*h, i); })); });
+    hu->callback(
+        [h] { finish(run_batch("hull", h->batch.inputs, h->batch.jobs, [h](const std::string& i) { hull(*h, i); })); });
 
     auto c = std::make_shared<ChainOptions>();
     auto* ch = app.add_subcommand("chain", "Boundary chain of the region containing a pixel");

@@ -33,7 +33,8 @@ void info(const std::string& path, const LoadOptions& options) {
     for (std::size_t i = 0; i < d.planes.size(); ++i) {
         const _univ_mat& m = d.planes[i];
         char line[256];
-        std::snprintf(line, sizeof line, "\n  plane %zu: %s, %d rows x %d columns", i, type_word(m.type), m.nrow, m.ncol);
+        std::snprintf(line, sizeof line, "\n  plane %zu: %s, %d rows x %d columns", i, type_word(m.type), m.nrow,
+                      m.ncol);
         text += line;
         if (m.type == MUTIL_DCOMPLEX) continue;
         auto [lo, hi] = library_range(m);

@@ -92,17 +92,28 @@ void window(const WindowOptions& o) {
     _double_mat* wd = &wv;
     auto param = [&](double fallback) { return std::isnan(o.parameter) ? fallback : o.parameter; };
     const std::string& n = o.name;
-    if (n == "rectangle") check(mutils::sigdbl_window_rectangle(nullptr, wd));
-    else if (n == "triangle") check(mutils::sigdbl_window_triangle(nullptr, wd));
-    else if (n == "hanning") check(mutils::sigdbl_window_hanning(nullptr, wd));
-    else if (n == "hamming") check(mutils::sigdbl_window_hamming(nullptr, wd));
-    else if (n == "blackman") check(mutils::sigdbl_window_blackman(nullptr, wd));
-    else if (n == "nuttall") check(mutils::sigdbl_window_nuttall(nullptr, wd));
-    else if (n == "born_jordan") check(mutils::sigdbl_window_born_jordan(nullptr, wd));
-    else if (n == "raised_cosine") check(mutils::sigdbl_window_raised_cosine(param(0.5), nullptr, wd));
-    else if (n == "gaussian") check(mutils::sigdbl_window_gaussian(param(2.5), nullptr, wd));
-    else if (n == "kaiser") check(mutils::sigdbl_window_kaiser(param(8.0), nullptr, wd));
-    else check(mutils::sigdbl_window_chebyshev(param(60.0), nullptr, wd));
+    if (n == "rectangle")
+        check(mutils::sigdbl_window_rectangle(nullptr, wd));
+    else if (n == "triangle")
+        check(mutils::sigdbl_window_triangle(nullptr, wd));
+    else if (n == "hanning")
+        check(mutils::sigdbl_window_hanning(nullptr, wd));
+    else if (n == "hamming")
+        check(mutils::sigdbl_window_hamming(nullptr, wd));
+    else if (n == "blackman")
+        check(mutils::sigdbl_window_blackman(nullptr, wd));
+    else if (n == "nuttall")
+        check(mutils::sigdbl_window_nuttall(nullptr, wd));
+    else if (n == "born_jordan")
+        check(mutils::sigdbl_window_born_jordan(nullptr, wd));
+    else if (n == "raised_cosine")
+        check(mutils::sigdbl_window_raised_cosine(param(0.5), nullptr, wd));
+    else if (n == "gaussian")
+        check(mutils::sigdbl_window_gaussian(param(2.5), nullptr, wd));
+    else if (n == "kaiser")
+        check(mutils::sigdbl_window_kaiser(param(8.0), nullptr, wd));
+    else
+        check(mutils::sigdbl_window_chebyshev(param(60.0), nullptr, wd));
     save(o.output, single(w));
 }
 
@@ -121,11 +132,16 @@ _univ_mat autocorrelation(const TimeFreqOptions& o, const _univ_mat& x) {
     int32_t cols = (n + o.step - 1) / o.step;
     _univ_mat r = make(lags, cols, MUTIL_DOUBLE);
     const std::string& k = o.kind;
-    if (k == "wigner") check(mutils::siguniv_timefreq_autocorrelate_wigner(&x, o.step, nullptr, &r));
-    else if (k == "margenau_hill") check(mutils::siguniv_timefreq_autocorrelate_margeneau_hill(&x, o.step, nullptr, &r));
-    else if (k == "cone") check(mutils::siguniv_timefreq_autocorrelate_cone(&x, o.step, nullptr, &r));
-    else if (k == "born_jordan") check(mutils::siguniv_timefreq_autocorrelate_born_jordan(&x, o.step, nullptr, &r));
-    else check(mutils::siguniv_timefreq_autocorrelate_choi_williams(&x, o.sigma, o.step, nullptr, &r));
+    if (k == "wigner")
+        check(mutils::siguniv_timefreq_autocorrelate_wigner(&x, o.step, nullptr, &r));
+    else if (k == "margenau_hill")
+        check(mutils::siguniv_timefreq_autocorrelate_margeneau_hill(&x, o.step, nullptr, &r));
+    else if (k == "cone")
+        check(mutils::siguniv_timefreq_autocorrelate_cone(&x, o.step, nullptr, &r));
+    else if (k == "born_jordan")
+        check(mutils::siguniv_timefreq_autocorrelate_born_jordan(&x, o.step, nullptr, &r));
+    else
+        check(mutils::siguniv_timefreq_autocorrelate_choi_williams(&x, o.sigma, o.step, nullptr, &r));
     return r;
 }
 
@@ -180,33 +196,39 @@ void modwt(const ModwtOptions& o) {
 void register_signal_commands(CLI::App& app) {
     auto t = std::make_shared<TransformOptions>();
     auto* tr = app.add_subcommand("transform", "DFT, DCT, 2-D DCT or Hartley transform of a matrix file (by columns)");
-    tr->add_option("kind", t->kind, "dft, dct, dct2d or hartley")->required()
+    tr->add_option("kind", t->kind, "dft, dct, dct2d or hartley")
+        ->required()
         ->check(CLI::IsMember({"dft", "dct", "dct2d", "hartley"}));
     tr->add_option("input", t->input, "Matrix file (- for standard input)")->required();
     tr->add_option("-o,--output", t->output, "Output matrix file (- for standard output)")->required();
     tr->add_flag("--inverse", t->inverse, "Inverse transform");
     tr->add_option("--part", t->part, "dft: both (real and imaginary planes), real, imag or abs")
         ->check(CLI::IsMember({"both", "real", "imag", "abs"}));
-    tr->footer("dft transforms each column along the rows, so a matrix of one row (a 1 x N row vector) comes back "
-               "unchanged: pass a signal as a column (one value per line of a .txt file).");
+    tr->footer(
+        "dft transforms each column along the rows, so a matrix of one row (a 1 x N row vector) comes back "
+        "unchanged: pass a signal as a column (one value per line of a .txt file).");
     tr->callback([t] { transform(*t); });
 
     auto w = std::make_shared<WindowOptions>();
     auto* wi = app.add_subcommand("window", "Write a window function as a column");
-    wi->add_option("name", w->name, "rectangle triangle hanning hamming blackman nuttall born_jordan raised_cosine "
-                                    "gaussian kaiser chebyshev")->required()
+    wi->add_option("name", w->name,
+                   "rectangle triangle hanning hamming blackman nuttall born_jordan raised_cosine "
+                   "gaussian kaiser chebyshev")
+        ->required()
         ->check(CLI::IsMember({"rectangle", "triangle", "hanning", "hamming", "blackman", "nuttall", "born_jordan",
                                "raised_cosine", "gaussian", "kaiser", "chebyshev"}));
     wi->add_option("-n,--length", w->length, "Length (default 64)")->check(CLI::Range(1, 1 << 24));
     wi->add_option("-p,--parameter", w->parameter, "raised_cosine ratio, gaussian alpha, kaiser beta, chebyshev dB");
     wi->add_option("-o,--output", w->output, "Output matrix file (- for standard output)")->required();
-    wi->footer("kaiser is the library's window, not the textbook taper: the first sample is 1/I0(beta*pi*(n-1)/n) "
-               "and every other sample is exactly 1 (beta 0 gives all ones; n = 1 gives a non-number).");
+    wi->footer(
+        "kaiser is the library's window, not the textbook taper: the first sample is 1/I0(beta*pi*(n-1)/n) "
+        "and every other sample is exactly 1 (beta 0 gives all ones; n = 1 gives a non-number).");
     wi->callback([w] { window(*w); });
 
     auto f = std::make_shared<TimeFreqOptions>();
     auto* tf = app.add_subcommand("timefreq", "Time-frequency autocorrelation (or spectrum) of a signal");
-    tf->add_option("kind", f->kind, "wigner, margenau_hill, cone, born_jordan or choi_williams")->required()
+    tf->add_option("kind", f->kind, "wigner, margenau_hill, cone, born_jordan or choi_williams")
+        ->required()
         ->check(CLI::IsMember({"wigner", "margenau_hill", "cone", "born_jordan", "choi_williams"}));
     tf->add_option("input", f->input, "Signal (a vector matrix file)")->required();
     tf->add_option("-o,--output", f->output, "Output matrix file")->required();

@@ -104,12 +104,13 @@ std::string write_png_copy(const std::string& dir, const std::string& name) {
 void write_index(const std::string& dir, const std::vector<Step>& steps) {
     FILE* f = std::fopen((dir + "/index.html").c_str(), "w");
     if (!f) throw Failure("cannot write " + dir + "/index.html");
-    std::fprintf(f, "<!doctype html>\n<html><head><meta charset=\"utf-8\"><title>mutils demo</title>\n"
-                    "<style>body{font-family:sans-serif;margin:2em}figure{display:inline-block;margin:0 1em 1em 0}"
-                    "img{image-rendering:pixelated;border:1px solid #ccc;max-width:384px}"
-                    "td,th{padding:2px 10px;text-align:left}</style></head><body>\n<h1>mutils demo</h1>\n"
-                    "<p>Every image is a PGM/PPM file (linked under each picture); the pictures shown are PNG copies."
-                    "</p>\n<table><tr><th>operation</th><th>input size</th><th>ms</th><th>key figure</th></tr>\n");
+    std::fprintf(f,
+                 "<!doctype html>\n<html><head><meta charset=\"utf-8\"><title>mutils demo</title>\n"
+                 "<style>body{font-family:sans-serif;margin:2em}figure{display:inline-block;margin:0 1em 1em 0}"
+                 "img{image-rendering:pixelated;border:1px solid #ccc;max-width:384px}"
+                 "td,th{padding:2px 10px;text-align:left}</style></head><body>\n<h1>mutils demo</h1>\n"
+                 "<p>Every image is a PGM/PPM file (linked under each picture); the pictures shown are PNG copies."
+                 "</p>\n<table><tr><th>operation</th><th>input size</th><th>ms</th><th>key figure</th></tr>\n");
     for (const auto& s : steps)
         std::fprintf(f, "<tr><td>%s</td><td>%s</td><td>%.2f</td><td>%s</td></tr>\n", s.operation.c_str(),
                      s.size.c_str(), s.ms, s.figure.c_str());
@@ -147,7 +148,8 @@ void demo(const std::string& dir) {
         const auto* s = static_cast<const unsigned char*>(scene.data);
         auto* q = static_cast<unsigned char*>(plane.data);
         for (int32_t i = 0; i < plane.nelem; ++i)
-            q[i] = static_cast<unsigned char>(std::min(255.0, s[i] * (0.6 + 0.2 * k) + 20.0 * ((i / kSize + 40 * k) % 128 < 64)));
+            q[i] = static_cast<unsigned char>(
+                std::min(255.0, s[i] * (0.6 + 0.2 * k) + 20.0 * ((i / kSize + 40 * k) % 128 < 64)));
         colour.planes.push_back(plane);
     }
     save(path("scene-colour.ppm"), colour);
@@ -187,15 +189,16 @@ void demo(const std::string& dir) {
     _univ_mat labels = make(kSize, kSize, MUTIL_UINT32);
     timed({"Connected components", "mask.pgm", "labels.pgm", "eight neighbours, value 255", "", sz}, [&] {
         uint32_t count = 0;
-        check(mutils::imguniv_connected_components(&mask, static_cast<_img_connected_type>(1), scalar_u8(255), 0, nullptr,
-                                           &labels, &count));
+        check(mutils::imguniv_connected_components(&mask, static_cast<_img_connected_type>(1), scalar_u8(255), 0,
+                                                   nullptr, &labels, &count));
         return std::to_string(count) + " labels (with background)";
     });
     view("labels.pgm", labels);
 
     _univ_mat dist = make(kSize, kSize, MUTIL_DOUBLE);
     timed({"Distance transform", "mask.pgm", "distance.pgm", "Euclidean chamfer to value 255", "", sz}, [&] {
-        check(mutils::imguniv_transform_distance(&mask, static_cast<_img_distance_type>(0), scalar_u8(255), nullptr, &dist));
+        check(mutils::imguniv_transform_distance(&mask, static_cast<_img_distance_type>(0), scalar_u8(255), nullptr,
+                                                 &dist));
         auto [lo, hi] = range_of(dist);
         (void)lo;
         return "max distance " + fmt("%.2f", hi);
@@ -310,8 +313,8 @@ void demo(const std::string& dir) {
               frames.mats[1] = f1;
               int32_t it = 0;
               double change = 0;
-              check(mutils::vidset_optical_flow_horn_schunck(&frames, static_cast<_vid_gradient_type>(0), 200, 1e-6, 10.0,
-                                                     nullptr, &u, &vv, &it, &change));
+              check(mutils::vidset_optical_flow_horn_schunck(&frames, static_cast<_vid_gradient_type>(0), 200, 1e-6,
+                                                             10.0, nullptr, &u, &vv, &it, &change));
               double su = 0, sv = 0;
               int n = 0;
               for (int32_t r = 16; r < 112; ++r)
@@ -336,7 +339,8 @@ void demo(const std::string& dir) {
         std::printf("%-22s %-10s %9.2f  %s\n", s.operation.c_str(), s.size.c_str(), s.ms, s.figure.c_str());
         total += s.ms;
     }
-    std::printf("%-22s %-10s %9.2f\nwrote %s/index.html and %zu images\n", "total", "", total, dir.c_str(), steps.size() * 2);
+    std::printf("%-22s %-10s %9.2f\nwrote %s/index.html and %zu images\n", "total", "", total, dir.c_str(),
+                steps.size() * 2);
 }
 
 }  // namespace

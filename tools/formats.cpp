@@ -240,17 +240,21 @@ void write_png(FILE* f, const std::vector<_univ_mat>& planes) {
     std::vector<unsigned char> pixels(w * h * std::size_t(channels * bytes));
     std::vector<png_bytep> rows(h);
     for (int k = 0; k < channels; ++k) {
-        _univ_mat d = planes[std::size_t(k)].type == MUTIL_DOUBLE ? planes[std::size_t(k)] : to_double(planes[std::size_t(k)]);
+        _univ_mat d =
+            planes[std::size_t(k)].type == MUTIL_DOUBLE ? planes[std::size_t(k)] : to_double(planes[std::size_t(k)]);
         const double* p = static_cast<const double*>(d.data);
         for (std::size_t i = 0; i < w * h; ++i) {
             const auto v = static_cast<uint16_t>(p[i]);
             unsigned char* q = &pixels[(i * std::size_t(channels) + std::size_t(k)) * std::size_t(bytes)];
-            if (bytes == 2) q[0] = static_cast<unsigned char>(v >> 8), q[1] = static_cast<unsigned char>(v);
-            else q[0] = static_cast<unsigned char>(v);
+            if (bytes == 2)
+                q[0] = static_cast<unsigned char>(v >> 8), q[1] = static_cast<unsigned char>(v);
+            else
+                q[0] = static_cast<unsigned char>(v);
         }
     }
     for (std::size_t y = 0; y < h; ++y) rows[y] = &pixels[y * w * std::size_t(channels * bytes)];
-    static const int types[] = {PNG_COLOR_TYPE_GRAY, PNG_COLOR_TYPE_GRAY_ALPHA, PNG_COLOR_TYPE_RGB, PNG_COLOR_TYPE_RGBA};
+    static const int types[] = {PNG_COLOR_TYPE_GRAY, PNG_COLOR_TYPE_GRAY_ALPHA, PNG_COLOR_TYPE_RGB,
+                                PNG_COLOR_TYPE_RGBA};
     Raster errors;  // only its message is used
     png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, &errors, png_fail, png_warn);
     png_infop info = png ? png_create_info_struct(png) : nullptr;

@@ -195,7 +195,8 @@ Format format_of(const std::string& path) {
     try {
         return format_named(ext);
     } catch (const Failure&) {
-        throw Failure("unknown output format for " + path + " (use .png .pgm .pbm .ppm .tif .mat or .txt, or --format)");
+        throw Failure("unknown output format for " + path +
+                      " (use .png .pgm .pbm .ppm .tif .mat or .txt, or --format)");
     }
 }
 
@@ -293,7 +294,10 @@ _univ_scalar scalar_of(_mutil_data_type type, double v) {
         case MUTIL_UINT32: s.val.u32 = static_cast<uint32_t>(std::clamp(r, 0.0, 4294967295.0)); break;
         case MUTIL_SINT32: s.val.s32 = static_cast<int32_t>(std::clamp(r, -2147483648.0, 2147483647.0)); break;
         case MUTIL_FLOAT: s.val.flt = static_cast<float>(v); break;
-        default: s.type = MUTIL_DOUBLE; s.val.dbl = v; break;
+        default:
+            s.type = MUTIL_DOUBLE;
+            s.val.dbl = v;
+            break;
     }
     return s;
 }
@@ -338,9 +342,7 @@ std::vector<_univ_mat> image_planes(const Data& data) {
 void write_stream(FILE* f, Format format, const Data& data, const SaveOptions& o) {
     unsigned char text = o.plain ? 1 : 0;
     switch (format) {
-        case Format::pgm:
-            check(mutils::imguniv_write_pgm(f, &image_planes(data)[0], text, nullptr));
-            break;
+        case Format::pgm: check(mutils::imguniv_write_pgm(f, &image_planes(data)[0], text, nullptr)); break;
         case Format::pbm: {
             if (data.grey().type == MUTIL_DCOMPLEX) throw Failure("complex data cannot be written as an image");
             if (text || o.pbm_library) {
@@ -362,9 +364,7 @@ void write_stream(FILE* f, Format format, const Data& data, const SaveOptions& o
             if (std::fwrite(padded.data(), 1, padded.size(), f) != padded.size()) throw Failure("write failed");
             break;
         }
-        case Format::png:
-            write_png(f, image_planes(data));
-            break;
+        case Format::png: write_png(f, image_planes(data)); break;
         case Format::ppm: {
             std::vector<_univ_mat> planes = image_planes(data);
             if (planes.size() == 1) planes = {planes[0], planes[0], planes[0]};
@@ -422,7 +422,8 @@ void save(const std::string& path, const Data& data, const SaveOptions& o) {
             write_stream(f.get(), format, data, o);
             if (std::fclose(f.release()) != 0) throw Failure("cannot write " + path);
         }
-        if (std::rename(tmp.c_str(), path.c_str()) != 0) throw Failure("cannot write " + path + ": " + std::strerror(errno));
+        if (std::rename(tmp.c_str(), path.c_str()) != 0)
+            throw Failure("cannot write " + path + ": " + std::strerror(errno));
     } catch (...) {
         std::remove(tmp.c_str());
         throw;

@@ -81,10 +81,10 @@ double update_row(const double* __restrict u, const double* __restrict v, const 
     // The neighbour weights, as products (a division per term would dominate the loop).
     constexpr double edge = 1.0 / 6.0, diagonal = 1.0 / 12.0;
     for (int64_t j = j0; j < j1; ++j) {
-        const double ub = edge * (uu[j] + ud[j] + u[j - 1] + u[j + 1]) +
-                          diagonal * (uu[j - 1] + uu[j + 1] + ud[j - 1] + ud[j + 1]);
-        const double vb = edge * (vu[j] + vd[j] + v[j - 1] + v[j + 1]) +
-                          diagonal * (vu[j - 1] + vu[j + 1] + vd[j - 1] + vd[j + 1]);
+        const double ub =
+            edge * (uu[j] + ud[j] + u[j - 1] + u[j + 1]) + diagonal * (uu[j - 1] + uu[j + 1] + ud[j - 1] + ud[j + 1]);
+        const double vb =
+            edge * (vu[j] + vd[j] + v[j - 1] + v[j + 1]) + diagonal * (vu[j - 1] + vu[j + 1] + vd[j - 1] + vd[j + 1]);
         const double x = ex[j], y = ey[j];
         const double t = (x * ub + y * vb + et[j]) / (a2 + x * x + y * y);
         const double nu = ub - x * t, nv = vb - y * t;
@@ -109,9 +109,10 @@ template <class T> void store(const double* src, _univ_mat* out) {
         if constexpr (std::is_integral_v<T>) {
             const double lo = double(std::numeric_limits<T>::lowest()), hi = double(std::numeric_limits<T>::max());
             const double r = std::nearbyint(src[i]);
-            dst[i] = r != r ? T(0) : r <= lo ? std::numeric_limits<T>::lowest()
-                                 : r >= hi ? std::numeric_limits<T>::max()
-                                           : T(r);
+            dst[i] = r != r    ? T(0)
+                     : r <= lo ? std::numeric_limits<T>::lowest()
+                     : r >= hi ? std::numeric_limits<T>::max()
+                               : T(r);
         } else {
             dst[i] = T(src[i]);
         }

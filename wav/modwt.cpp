@@ -138,8 +138,8 @@ void write_rows(const double* cols, int64_t t0, int64_t m, int32_t J, bool strea
 /// computed first. Needs T_0 < n; `sweep_fits` says whether it does.
 bool sweep_fits(int64_t n, int32_t L, int32_t J) { return int64_t(L - 1) * ((int64_t(1) << J) - 1) < n; }
 
-const char* pyramid_sweep(const double* x, int64_t n, const double* h, const double* g, int32_t L, int32_t J,
-                          double* W, double* V, Poll& poll) {
+const char* pyramid_sweep(const double* x, int64_t n, const double* h, const double* g, int32_t L, int32_t J, double* W,
+                          double* V, Poll& poll) {
     int64_t* D = work_array<int64_t>(J + 2);
     int64_t* T = work_array<int64_t>(J + 1);
     for (int32_t j = 1; j <= J; ++j) D[j] = int64_t(L - 1) << (j - 1);
@@ -207,8 +207,8 @@ void analysis_one(const double* __restrict v, int64_t n, const double* f, int32_
 
 // y[t] = sum_l (g[l] s[(t + off[l]) mod n] + h[l] w[(t + off[l]) mod n]) (one synthesis level).
 MUTILS_CLONES
-void synthesis(const double* __restrict s, const double* __restrict w, int64_t n, const double* g,
-               const double* h, int32_t L, const int64_t* off, double* __restrict y) {
+void synthesis(const double* __restrict s, const double* __restrict w, int64_t n, const double* g, const double* h,
+               int32_t L, const int64_t* off, double* __restrict y) {
     for (int64_t t0 = 0; t0 < n; t0 += kBlock) {
         const int64_t m = std::min(kBlock, n - t0);
         std::fill(y + t0, y + t0 + m, 0.0);
@@ -280,8 +280,8 @@ const char* signal_as_double(const _univ_mat* x, void* intrp, const double** out
 
 using namespace detail;
 
-const char* wavuniv_transform_maximum_overlap(const _univ_mat* x, const _univ_mat* h, const _univ_mat* g,
-                                              int32_t J, void* intrp, _univ_mat* W, _univ_mat* V) {
+const char* wavuniv_transform_maximum_overlap(const _univ_mat* x, const _univ_mat* h, const _univ_mat* g, int32_t J,
+                                              void* intrp, _univ_mat* W, _univ_mat* V) {
     if (!x) return msg::array_size_mismatch;
     for (const _univ_mat* m : {x, h, g, static_cast<const _univ_mat*>(W), static_cast<const _univ_mat*>(V)})
         validate(m);

@@ -60,9 +60,8 @@
 namespace mutils {
 
 /// `wavuniv_transform_maximum_overlap`: the contract, element types and messages are in the file description.
-MUTILS_API const char* wavuniv_transform_maximum_overlap(const _univ_mat* x, const _univ_mat* h,
-                                                         const _univ_mat* g, int32_t J, void* intrp_ptr,
-                                                         _univ_mat* W, _univ_mat* V);
+MUTILS_API const char* wavuniv_transform_maximum_overlap(const _univ_mat* x, const _univ_mat* h, const _univ_mat* g,
+                                                         int32_t J, void* intrp_ptr, _univ_mat* W, _univ_mat* V);
 
 /// `wavuniv_transform_maximum_overlap_packet`: the contract, element types and messages are in the file
 /// description.

@@ -37,7 +37,7 @@ using namespace mutils;
 
 /// The interrupt state of one call; its address is the call's `intrp_ptr`.
 struct Interrupt {
-    unsigned long long start;   // the SIGINT count when the call began
+    unsigned long long start;  // the SIGINT count when the call began
 };
 Interrupt begin_interrupt();
 /// Makes `s` the calling thread's current call (the poll answers only for it) until end_interrupt.
@@ -72,8 +72,7 @@ template <class T> struct Arg;
 
 /// By-value numbers: integers of a width, doubles, enumerations (passed as integers).
 template <class T>
-    requires(std::is_integral_v<T> || std::is_enum_v<T>)
-struct Arg<T> {
+requires(std::is_integral_v<T> || std::is_enum_v<T>) struct Arg<T> {
     T v{};
     void load(py::handle h, Ctx&) {
         if constexpr (std::is_same_v<T, char>) {
@@ -87,8 +86,8 @@ struct Arg<T> {
         } else if constexpr (std::is_enum_v<T>) {
             v = static_cast<T>(to_integer(h, INT32_MIN, INT32_MAX));
         } else {
-            v = static_cast<T>(to_integer(h, (long long)std::numeric_limits<T>::min(),
-                                          (long long)std::numeric_limits<T>::max()));
+            v = static_cast<T>(
+                to_integer(h, (long long)std::numeric_limits<T>::min(), (long long)std::numeric_limits<T>::max()));
         }
     }
     T get() { return v; }
@@ -166,7 +165,10 @@ template <> struct Arg<const _univ_mat*> {
     _univ_mat rec{};
     bool null = false;
     void load(py::handle h, Ctx&) {
-        if (h.is_none()) { null = true; return; }
+        if (h.is_none()) {
+            null = true;
+            return;
+        }
         keep = as_library_array(h);
         if (keep.ndim() > 2) raise_message(msg::array_size_mismatch);
         rec = mat_record(keep);
@@ -184,7 +186,10 @@ template <class Rec, class E> struct TypedIn {
 };
 py::array typed_input(py::handle h, int type);
 template <class Rec, class E> void TypedIn<Rec, E>::load(py::handle h, Ctx&) {
-    if (h.is_none()) { null = true; return; }
+    if (h.is_none()) {
+        null = true;
+        return;
+    }
     keep = typed_input(h, E::value);
     if (keep.ndim() > 2) raise_message(msg::array_size_mismatch);
     const _univ_mat u = mat_record(keep);
@@ -233,8 +238,8 @@ template <class Rec, class E> struct TypedOut {
     py::object result() { return u.result(); }
 };
 // Typed records, as inputs and as results, of every element type.
-#define MUTILS_PY_TYPED(REC, TAG)                                                                   \
-    template <> struct Arg<const REC*> : TypedIn<REC, std::integral_constant<int, TAG>> {};      \
+#define MUTILS_PY_TYPED(REC, TAG)                                                           \
+    template <> struct Arg<const REC*> : TypedIn<REC, std::integral_constant<int, TAG>> {}; \
     template <> struct Arg<REC*> : TypedOut<REC, std::integral_constant<int, TAG>> {};
 MUTILS_PY_TYPED(_uint8_mat, MUTIL_UINT8)
 MUTILS_PY_TYPED(_uint16_mat, MUTIL_UINT16)
@@ -266,14 +271,15 @@ template <> struct Arg<_pgn_chain*> {
 
 /// Scalar results.
 template <class T>
-    requires(std::is_arithmetic_v<T>)
-struct Arg<T*> {
+requires(std::is_arithmetic_v<T>) struct Arg<T*> {
     T v{};
     void load(py::handle, Ctx&) {}
     T* get() { return &v; }
     py::object result() {
-        if constexpr (std::is_floating_point_v<T>) return py::float_(v);
-        else return py::int_(v);
+        if constexpr (std::is_floating_point_v<T>)
+            return py::float_(v);
+        else
+            return py::int_(v);
     }
 };
 template <> struct Arg<_univ_scalar*> {
@@ -309,15 +315,17 @@ template <class R, class... Ts, R (*F)(Ts...)> struct Caller<F> {
         std::string raised;
         bool threw = false;
         {
-            Hux::ArenaScope scope;   // everything the call allocates ends with this block
+            Hux::ArenaScope scope;  // everything the call allocates ends with this block
             {
                 Interrupt state = begin_interrupt();
                 set_current_interrupt(&state);
                 ((set_interrupt(std::get<I>(a), &state)), ...);
                 py::gil_scoped_release nogil;
                 try {
-                    if constexpr (std::is_void_v<R>) F(std::get<I>(a).get()...);
-                    else message = F(std::get<I>(a).get()...);
+                    if constexpr (std::is_void_v<R>)
+                        F(std::get<I>(a).get()...);
+                    else
+                        message = F(std::get<I>(a).get()...);
                 } catch (const Hux::Error& e) {
                     raised = e.what();
                     threw = true;

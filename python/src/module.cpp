@@ -13,7 +13,7 @@ namespace mutils_py {
 // ---- messages -> exceptions -------------------------------------------------------------------
 
 namespace {
-py::dict& error_classes() {   // message text -> class; filled by mutils._errors
+py::dict& error_classes() {  // message text -> class; filled by mutils._errors
     static py::dict* d = new py::dict();
     return *d;
 }
@@ -67,8 +67,7 @@ void chain_handler() {
     struct sigaction current;
     if (sigaction(SIGINT, nullptr, &current) != 0) return;
     if ((current.sa_flags & SA_SIGINFO) && current.sa_sigaction == on_sigint) return;
-    if (!(current.sa_flags & SA_SIGINFO) && (current.sa_handler == SIG_DFL || current.sa_handler == SIG_IGN))
-        return;
+    if (!(current.sa_flags & SA_SIGINFO) && (current.sa_handler == SIG_DFL || current.sa_handler == SIG_IGN)) return;
     g_previous = current;
     struct sigaction ours = current;
     ours.sa_sigaction = on_sigint;
@@ -79,9 +78,9 @@ void chain_handler() {
 /// The host poll: true when SIGINT arrived since the calling thread's current call began.
 unsigned char poll(void* intrp) {
     Interrupt* s = t_state;
-    if (!s || intrp != s) return 0;   // not a call of this module
+    if (!s || intrp != s) return 0;  // not a call of this module
     if (!t_checked) {
-        chain_handler();              // Python may have installed a new handler since
+        chain_handler();  // Python may have installed a new handler since
         t_checked = true;
     }
     return g_sigint.load(std::memory_order_relaxed) != s->start;
@@ -112,8 +111,8 @@ int type_of_dtype(int num) {
 }
 
 py::dtype dtype_of_type(int type) {
-    static const char* names[] = {"uint8", "int8", "uint16", "int16", "uint32", "int32", "float32", "float64",
-                                  "complex128"};
+    static const char* names[] = {"uint8", "int8",    "uint16",  "int16",     "uint32",
+                                  "int32", "float32", "float64", "complex128"};
     if (type < 0 || type > 8) raise_message(msg::illegal_data_type);
     return py::dtype(names[type]);
 }
@@ -127,8 +126,10 @@ py::array as_library_array(py::handle h) {
         if (!a) raise_message(msg::illegal_data_type);
     }
     py::dtype dt = a.dtype();
-    if (dt.num() == 0) a = py::array(a.attr("astype")("uint8"));   // booleans as 0/1 bytes
-    else if (type_of_dtype(dt.num()) < 0) raise_message(msg::illegal_data_type);
+    if (dt.num() == 0)
+        a = py::array(a.attr("astype")("uint8"));  // booleans as 0/1 bytes
+    else if (type_of_dtype(dt.num()) < 0)
+        raise_message(msg::illegal_data_type);
     if (a.dtype().byteorder() == '>') a = py::array(a.attr("astype")(a.dtype().attr("newbyteorder")("=")));
     if (!(a.flags() & py::array::c_style)) a = py::array::ensure(a, py::array::c_style);
     if (a.size() > INT32_MAX) raise_message(msg::array_size_mismatch);
@@ -202,7 +203,9 @@ bool fits(int type, long long v) {
         case MUTIL_SINT16: return v >= -32768 && v <= 32767;
         case MUTIL_UINT32: return v >= 0 && v <= 4294967295LL;
         case MUTIL_SINT32: return v >= INT32_MIN && v <= INT32_MAX;
-        case MUTIL_FLOAT: case MUTIL_DOUBLE: case MUTIL_DCOMPLEX: return true;
+        case MUTIL_FLOAT:
+        case MUTIL_DOUBLE:
+        case MUTIL_DCOMPLEX: return true;
         default: return false;
     }
 }
@@ -304,8 +307,8 @@ void Arg<const wchar_t*>::load(py::handle h, Ctx&) {
 void Arg<FILE*>::load(py::handle h, Ctx&) {
     py::tuple t = py::reinterpret_borrow<py::tuple>(h);
     py::object p = fspath(t[0]);
-    if (py::isinstance<py::str>(p)) p = p.attr("encode")(py::module_::import("sys").attr("getfilesystemencoding")(),
-                                                         "surrogateescape");
+    if (py::isinstance<py::str>(p))
+        p = p.attr("encode")(py::module_::import("sys").attr("getfilesystemencoding")(), "surrogateescape");
     const std::string path = py::cast<std::string>(p);
     const std::string mode = py::cast<std::string>(t[1]);
     f = std::fopen(path.c_str(), mode.c_str());
@@ -315,7 +318,10 @@ void Arg<FILE*>::load(py::handle h, Ctx&) {
 // ---- sets, chains and results -----------------------------------------------------------------
 
 void Arg<const _mat_set*>::load(py::handle h, Ctx&) {
-    if (h.is_none()) { null = true; return; }
+    if (h.is_none()) {
+        null = true;
+        return;
+    }
     keep = as_library_array(h);
     if (keep.ndim() != 3) raise_message(msg::array_size_mismatch);
     const py::ssize_t n = keep.shape(0);
@@ -347,7 +353,7 @@ void Arg<_univ_mat*>::load(py::handle h, Ctx&) {
 }
 
 py::object Arg<_univ_mat*>::result() {
-    if (keep.is_none()) {   // allocated by the operation: copy it out of the arena
+    if (keep.is_none()) {  // allocated by the operation: copy it out of the arena
         if (!rec.data || rec.nrow < 1 || rec.ncol < 1) return py::none();
         py::array a(dtype_of_type(rec.type), std::vector<py::ssize_t>{rec.nrow, rec.ncol});
         std::memcpy(a.mutable_data(), rec.data, std::size_t(rec.nelem) * a.itemsize());

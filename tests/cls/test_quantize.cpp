@@ -53,9 +53,9 @@ TEST_F(QuantizeTest, CodebookMayRepeatButNotDescend) {
 }
 
 TEST_F(QuantizeTest, IntegerMembersMeasureDistancesWithoutWrapping) {
-    EXPECT_EQ(quantize<uint32_t>(clsu32_scalar_quantize_linear, {2147483648u, 2147483647u, 4294967295u},
-                                 {0, 4294967295u}),
-              Out("", {1, 0, 1}));
+    EXPECT_EQ(
+        quantize<uint32_t>(clsu32_scalar_quantize_linear, {2147483648u, 2147483647u, 4294967295u}, {0, 4294967295u}),
+        Out("", {1, 0, 1}));
     EXPECT_EQ(quantize<int16_t>(clss16_scalar_quantize_linear, {-32768, -1, 0}, {-32768, 32767}), Out("", {0, 0, 1}));
 }
 

@@ -129,7 +129,10 @@ template <class A, class B, bool Optional = false> struct Arg {
     B t;
     std::function<void()> same = [] {};
 };
-template <class A, class B> Arg<A, B> arg(A u, B t, std::function<void()> same = [] {}) { return {u, t, same}; }
+template <class A, class B> Arg<A, B> arg(
+    A u, B t, std::function<void()> same = [] {}) {
+    return {u, t, same};
+}
 template <class X> Arg<X, X, true> opt(X v) { return {v, v}; }
 template <class T> auto sv(double v) { return arg(sc<T>(v), val<T>(v)); }  // a universal scalar
 template <class T> auto dv(double v) { return arg(v, val<T>(v)); }         // a plain double
@@ -138,9 +141,12 @@ template <class T> auto dv(double v) { return arg(v, val<T>(v)); }         // a 
 /// to the typed call (split), or the same form to both.
 enum Pass { split, both_univ, both_typed };
 template <class T, Pass P> auto pass(_univ_mat* u, _univ_mat* t) {
-    if constexpr (P == split) return arg(u, V<T>(*t));
-    else if constexpr (P == both_univ) return arg(u, t);
-    else return arg(V<T>(*u), V<T>(*t));
+    if constexpr (P == split)
+        return arg(u, V<T>(*t));
+    else if constexpr (P == both_univ)
+        return arg(u, t);
+    else
+        return arg(V<T>(*u), V<T>(*t));
 }
 template <class T, Pass P = split> auto given(_univ_mat m) {
     _univ_mat* p = keep(m);
@@ -231,25 +237,27 @@ template <class Typed, class F, class... A> void run(F univ, Policy policy, A...
 
 // The typed members of a family as one overload set (a member that does not exist for a type
 // is simply not found for that type's records).
+// clang-format off
 #define MUTILS_TYPED_ONE(P, CODE, OP) \
     template <class... A> auto operator()(A... a) const -> decltype(P##CODE##_##OP(a...)) { return P##CODE##_##OP(a...); }
-#define MUTILS_TYPED_SET(P, OP)                                                                          \
-    struct typed_##P##_##OP {                                                                            \
-        MUTILS_TYPED_ONE(P, u8, OP) MUTILS_TYPED_ONE(P, u16, OP) MUTILS_TYPED_ONE(P, s16, OP)            \
-        MUTILS_TYPED_ONE(P, u32, OP) MUTILS_TYPED_ONE(P, s32, OP) MUTILS_TYPED_ONE(P, flt, OP)           \
-        MUTILS_TYPED_ONE(P, dbl, OP) MUTILS_TYPED_ONE(P, cpx, OP)                                        \
+#define MUTILS_TYPED_SET(P, OP)                                                          \
+    struct typed_##P##_##OP {                                                            \
+        MUTILS_TYPED_ONE(P, u8, OP)  MUTILS_TYPED_ONE(P, u16, OP) MUTILS_TYPED_ONE(P, s16, OP) \
+        MUTILS_TYPED_ONE(P, u32, OP) MUTILS_TYPED_ONE(P, s32, OP) MUTILS_TYPED_ONE(P, flt, OP) \
+        MUTILS_TYPED_ONE(P, dbl, OP) MUTILS_TYPED_ONE(P, cpx, OP)                         \
     };
+// clang-format on
 
 // ROW_AS(prefix, family, universal member, policy, arguments...); ROW names the universal member
 // after the family. The arguments may use T, the element type.
-#define MUTILS_ROW_TEST(P, OP, UNIV, POLICY, ...)                                                        \
-    TEST(Differential, P##_##OP) {                                                                       \
-        compared = 0;                                                                                    \
-        each_type([&](auto tag) {                                                                        \
-            using T = typename decltype(tag)::type;                                                      \
-            run<typed_##P##_##OP>([](auto... x) { return mutils::UNIV(x...); }, POLICY, __VA_ARGS__);   \
-        });                                                                                              \
-        EXPECT_GT(compared, 0) << "no typed member took the row's arguments";                           \
+#define MUTILS_ROW_TEST(P, OP, UNIV, POLICY, ...)                                                     \
+    TEST(Differential, P##_##OP) {                                                                    \
+        compared = 0;                                                                                 \
+        each_type([&](auto tag) {                                                                     \
+            using T = typename decltype(tag)::type;                                                   \
+            run<typed_##P##_##OP>([](auto... x) { return mutils::UNIV(x...); }, POLICY, __VA_ARGS__); \
+        });                                                                                           \
+        EXPECT_GT(compared, 0) << "no typed member took the row's arguments";                         \
     }
 #define ROW_AS(P, OP, UNIV, POLICY, ...) MUTILS_TYPED_SET(P, OP) MUTILS_ROW_TEST(P, OP, UNIV, POLICY, __VA_ARGS__)
 #define ROW(P, OP, POLICY, ...) ROW_AS(P, OP, P##univ_##OP, POLICY, __VA_ARGS__)
@@ -266,13 +274,14 @@ template <class Typed, class F, class... A> void run(F univ, Policy policy, A...
 #define MUTILS_EACH7(P, POL, A, X, ...) MUTILS_ROW_OF(P, POL, A, X) MUTILS_EACH6(P, POL, A, __VA_ARGS__)
 #define MUTILS_EACH8(P, POL, A, X, ...) MUTILS_ROW_OF(P, POL, A, X) MUTILS_EACH7(P, POL, A, __VA_ARGS__)
 #define MUTILS_EACH(_1, _2, _3, _4, _5, _6, _7, _8, NAME, ...) NAME
-#define ROWS(P, POLICY, ARGS, ...)                                                                     \
-    MUTILS_EACH(__VA_ARGS__, MUTILS_EACH8, MUTILS_EACH7, MUTILS_EACH6, MUTILS_EACH5, MUTILS_EACH4,   \
-                MUTILS_EACH3, MUTILS_EACH2, MUTILS_EACH1)(P, POLICY, ARGS, __VA_ARGS__)
+#define ROWS(P, POLICY, ARGS, ...)                                                                               \
+    MUTILS_EACH(__VA_ARGS__, MUTILS_EACH8, MUTILS_EACH7, MUTILS_EACH6, MUTILS_EACH5, MUTILS_EACH4, MUTILS_EACH3, \
+                MUTILS_EACH2, MUTILS_EACH1)                                                                      \
+    (P, POLICY, ARGS, __VA_ARGS__)
 
 // ---- element-wise and scalar arithmetic, bits ----------------------------------------------
-ROWS(mat, exact, (in<T>(5, 4), in<T>(5, 4), nullptr, res<T>(5, 4)),
-     add, subtract, multiply_elem, bit_and, bit_or, bit_xor, min, max)
+ROWS(mat, exact, (in<T>(5, 4), in<T>(5, 4), nullptr, res<T>(5, 4)), add, subtract, multiply_elem, bit_and, bit_or,
+     bit_xor, min, max)
 ROWS(mat, exact, (in<T>(5, 4), nullptr, res<T>(5, 4)), bit_not, cumulative_sum, flip_left_right, flip_up_down)
 ROW(mat, abs, std::is_unsigned_v<T> ? wider : exact, in<T>(5, 4), nullptr, res<T>(5, 4))
 ROW(mat, assign, (wider_for<T, _dcomplex>), in<T>(5, 4), nullptr, res<T>(5, 4))
@@ -352,8 +361,8 @@ ROW(mat, read_ascii, exact, stream("1;2;3 # x\n4;5;6;7;8;9;10;11;12;13;14;15;16;
 ROW(mat, parse, wider, stream(printed<T>()), nullptr, parsed<T>())
 
 // ---- casts: the typed members take a clip flag only where values can fall outside the target ----
-#define CAST(CODE, R) ROW_AS(mat, cast_to_##CODE, matuniv_cast, wider, in<T>(5, 4), opt((unsigned char)1), nullptr, \
-    res<R>(5, 4))
+#define CAST(CODE, R) \
+    ROW_AS(mat, cast_to_##CODE, matuniv_cast, wider, in<T>(5, 4), opt((unsigned char)1), nullptr, res<R>(5, 4))
 CAST(u8, unsigned char)
 CAST(u16, uint16_t)
 CAST(s16, int16_t)
@@ -369,8 +378,8 @@ ROWS(img, exact, (BIN, 1, 0, sv<T>(1), sv<T>(0), nullptr, res<T>(7, 6)), binary_
 ROWS(img, exact, (BIN, sv<T>(1), sv<T>(0), nullptr, res<T>(7, 6)), binary_open, binary_close)
 ROWS(img, exact, (in<T>(7, 6, 200), in<T>(3, 2, 3), 1, 0, MUTIL_BOUNDARY_REFLECT, nullptr, res<T>(7, 6)),
      grayscale_erode, grayscale_dilate)
-ROWS(img, exact, (in<T>(7, 6, 200), in<T>(3, 2, 3), MUTIL_BOUNDARY_PERIODIC, nullptr, res<T>(7, 6)),
-     grayscale_open, grayscale_close)
+ROWS(img, exact, (in<T>(7, 6, 200), in<T>(3, 2, 3), MUTIL_BOUNDARY_PERIODIC, nullptr, res<T>(7, 6)), grayscale_open,
+     grayscale_close)
 ROW(img, generate_disk, exact, 4, 3, 2.5, sv<T>(1), sv<T>(0), nullptr, res<T>(9, 8))
 ROW(img, generate_rectangle, exact, 1, 2, 4, 3, sv<T>(1), sv<T>(0), nullptr, res<T>(9, 8))
 ROW(img, connected_components, (wider_for<T, uint16_t, int32_t>), in<T>(8, 7, 2), IMG_CONNECT_EIGHT, sv<T>(1), 2u,
@@ -424,8 +433,8 @@ auto region_chain() {
     EXPECT_EQ(message(pgnuniv_boundary_chain_from_region(gen<unsigned char>(7, 6, in_region).u, 1, 2, nullptr, c)), "");
     return arg(c, c);
 }
-ROW(pgn, boundary_chain_from_region, (wider_for<T, uint32_t>), gen<T>(7, 6, in_region), int32_t(1), int32_t(2),
-    nullptr, val_out<_pgn_chain>())
+ROW(pgn, boundary_chain_from_region, (wider_for<T, uint32_t>), gen<T>(7, 6, in_region), int32_t(1), int32_t(2), nullptr,
+    val_out<_pgn_chain>())
 ROW(pgn, boundary_chain_to_polygon, exact, region_chain(), nullptr, res<T>(2, region_chain().u->nrun + 1))
 ROW(cls, scalar_quantize_linear, exact, in<T>(5, 4, 50), gen<T>(1, 4, [](int i) { return 5 + 12 * i; }), nullptr,
     res<uint32_t>(5, 4))
@@ -444,14 +453,14 @@ template <class T> auto as_double(int r, int c) {
     return arg(x, d);
 }
 // ON_DOUBLE(prefix, family, arguments...): the reference is the member itself on the double copies.
-#define ON_DOUBLE(P, OP, ...)                                                                            \
-    struct typed_##P##_##OP {                                                                            \
-        template <class... A> auto operator()(A... a) const -> decltype(mutils::P##univ_##OP(a...)) {    \
-            const char* m = mutils::P##univ_##OP(a...);                                                  \
-            EXPECT_EQ(message(m), "") << "on double";                                                    \
-            return m;                                                                                    \
-        }                                                                                                \
-    };                                                                                                   \
+#define ON_DOUBLE(P, OP, ...)                                                                         \
+    struct typed_##P##_##OP {                                                                         \
+        template <class... A> auto operator()(A... a) const -> decltype(mutils::P##univ_##OP(a...)) { \
+            const char* m = mutils::P##univ_##OP(a...);                                               \
+            EXPECT_EQ(message(m), "") << "on double";                                                 \
+            return m;                                                                                 \
+        }                                                                                             \
+    };                                                                                                \
     MUTILS_ROW_TEST(P, OP, P##univ_##OP, detail::is_complex_elem<T> ? may_refuse : exact, __VA_ARGS__)
 /// A double result handed to both calls as a universal record.
 auto dres(int r, int c) { return res<double, both_univ>(r, c); }
@@ -468,8 +477,9 @@ ON_DOUBLE(img, edge_sobel, as_double<T>(9, 8), 4, 12, SCALARS, nullptr, dres(9, 
 ON_DOUBLE(img, edge_canny, as_double<T>(9, 8), 0.6, 1, 3, SCALARS, nullptr, dres(9, 8))
 ON_DOUBLE(img, threshold_hysteresis, as_double<T>(9, 8), 3, 6, SCALARS, nullptr, dres(9, 8))
 // Haar filters over two levels.
-#define HAAR gen<double, both_univ>(2, 1, [](int i) { return i ? -0.5 : 0.5; }), \
-    gen<double, both_univ>(2, 1, [](int) { return 0.5; }), 2
+#define HAAR                                                            \
+    gen<double, both_univ>(2, 1, [](int i) { return i ? -0.5 : 0.5; }), \
+        gen<double, both_univ>(2, 1, [](int) { return 0.5; }), 2
 ON_DOUBLE(wav, transform_maximum_overlap, as_double<T>(16, 1), HAAR, nullptr, dres(16, 2), dres(16, 2))
 ON_DOUBLE(wav, transform_maximum_overlap_packet, as_double<T>(16, 1), HAAR, nullptr, dres(16, 7))
 
@@ -490,8 +500,8 @@ void mixed(const char* name, const Binary& op, int32_t rows, int32_t inner, int3
             auto r1 = out<T>(rows, cols), r2 = out<T>(rows, cols);
             const std::string got = message(op(&a, &b, &r1));
             const bool integer_from_real = detail::is_integer_elem<T> && !detail::is_integer_elem<S>;
-            const bool complex_to_real = detail::is_complex_elem<S> && ((!std::is_same_v<T, double> &&
-                                         !detail::is_complex_elem<T>) || !complex_ok);
+            const bool complex_to_real = detail::is_complex_elem<S> &&
+                                         ((!std::is_same_v<T, double> && !detail::is_complex_elem<T>) || !complex_ok);
             if (integer_from_real || complex_to_real) {
                 EXPECT_EQ(got, msg::illegal_data_type) << detail::elem<S>::code;
                 return;
@@ -509,14 +519,26 @@ void mixed(const char* name, const Binary& op, int32_t rows, int32_t inner, int3
 TEST(Differential, MixedOperandsGoThroughTheResultType) {
     using C = const _univ_mat*;
     using M = _univ_mat*;
-    mixed("matuniv_add", [](C a, C b, M r) { return matuniv_add(a, b, nullptr, r); }, 4, 3, 3);
-    mixed("matuniv_subtract", [](C a, C b, M r) { return matuniv_subtract(a, b, nullptr, r); }, 4, 3, 3);
-    mixed("matuniv_multiply_elem", [](C a, C b, M r) { return matuniv_multiply_elem(a, b, nullptr, r); }, 4, 3, 3);
-    mixed("matuniv_abs", [](C a, C, M r) { return matuniv_abs(a, nullptr, r); }, 4, 3, 3);
-    mixed("matuniv_multiply", [](C a, C b, M r) { return matuniv_multiply(a, b, nullptr, r); }, 4, 3, 2);
-    mixed("imguniv_convolve", [](C a, C b, M r) { return imguniv_convolve(a, b, MUTIL_BOUNDARY_REFLECT, nullptr, r); }, 3, 3, 3, false);
-    mixed("imguniv_filter_local_mean", [](C a, C, M r) { return imguniv_filter_local_mean(a, 2, 3, MUTIL_BOUNDARY_ZERO, nullptr, r); }, 3, 3, 3, false);
-    mixed("imguniv_correlate", [](C a, C b, M r) { return imguniv_correlate(a, b, MUTIL_BOUNDARY_ZERO, nullptr, r); }, 3, 3, 3, false);
+    mixed(
+        "matuniv_add", [](C a, C b, M r) { return matuniv_add(a, b, nullptr, r); }, 4, 3, 3);
+    mixed(
+        "matuniv_subtract", [](C a, C b, M r) { return matuniv_subtract(a, b, nullptr, r); }, 4, 3, 3);
+    mixed(
+        "matuniv_multiply_elem", [](C a, C b, M r) { return matuniv_multiply_elem(a, b, nullptr, r); }, 4, 3, 3);
+    mixed(
+        "matuniv_abs", [](C a, C, M r) { return matuniv_abs(a, nullptr, r); }, 4, 3, 3);
+    mixed(
+        "matuniv_multiply", [](C a, C b, M r) { return matuniv_multiply(a, b, nullptr, r); }, 4, 3, 2);
+    mixed(
+        "imguniv_convolve", [](C a, C b, M r) { return imguniv_convolve(a, b, MUTIL_BOUNDARY_REFLECT, nullptr, r); }, 3,
+        3, 3, false);
+    mixed(
+        "imguniv_filter_local_mean",
+        [](C a, C, M r) { return imguniv_filter_local_mean(a, 2, 3, MUTIL_BOUNDARY_ZERO, nullptr, r); }, 3, 3, 3,
+        false);
+    mixed(
+        "imguniv_correlate", [](C a, C b, M r) { return imguniv_correlate(a, b, MUTIL_BOUNDARY_ZERO, nullptr, r); }, 3,
+        3, 3, false);
 }
 
 }  // namespace

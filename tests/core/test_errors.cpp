@@ -10,12 +10,22 @@ namespace {
 using ErrorsTest = ArenaTest;
 
 TEST(ErrorCodes, TextsAreIndexedByCode) {
-    const char* expected[17] = {"OK, no error", "Memory allocation error", "Passed in a null pointer",
-                                "Illegal memory address", "Illegal data size", "Illegal data type",
-                                "Illegal data value", "Access past data bounds", "Divide by zero",
-                                "Input-output error", "Data overflow", "User interrupted calculation",
-                                "Singular or nearly singular matrix", "Iterative algorithm is not converging",
-                                "Cumulative roundoff errors", "Singularity encountered in data",
+    const char* expected[17] = {"OK, no error",
+                                "Memory allocation error",
+                                "Passed in a null pointer",
+                                "Illegal memory address",
+                                "Illegal data size",
+                                "Illegal data type",
+                                "Illegal data value",
+                                "Access past data bounds",
+                                "Divide by zero",
+                                "Input-output error",
+                                "Data overflow",
+                                "User interrupted calculation",
+                                "Singular or nearly singular matrix",
+                                "Iterative algorithm is not converging",
+                                "Cumulative roundoff errors",
+                                "Singularity encountered in data",
                                 "Feature has not been implemented"};
     for (int code = 0; code < 17; ++code) {
         const char* text = nullptr;
@@ -25,8 +35,9 @@ TEST(ErrorCodes, TextsAreIndexedByCode) {
 }
 
 TEST(ErrorCodes, TranslationToHostNumbers) {
-    const std::pair<int, int> table[] = {{0, 53}, {1, 46}, {2, 53}, {3, 53}, {4, 45}, {5, 53}, {6, 53}, {7, 53}, {8, 49},
-                                         {9, 1},  {10, 48}, {11, 5}, {12, 53}, {13, 53}, {14, 53}, {15, 53}, {16, 53}};
+    const std::pair<int, int> table[] = {{0, 53},  {1, 46},  {2, 53},  {3, 53},  {4, 45},  {5, 53},
+                                         {6, 53},  {7, 53},  {8, 49},  {9, 1},   {10, 48}, {11, 5},
+                                         {12, 53}, {13, 53}, {14, 53}, {15, 53}, {16, 53}};
     for (auto [code, host] : table) EXPECT_EQ(::mutil_err_translate(static_cast<_mutil_errcode>(code)), host) << code;
 }
 
@@ -63,7 +74,7 @@ TEST(Interrupt, HostPollStopsOnlyItsOwnCalls) {
     Hux::set_interrupt_poll([](void* intrp) -> unsigned char { return intrp == &mine; });
     double next = 0;
     EXPECT_EQ(mutil_interrupt(5, &next, &mine), 1);
-    EXPECT_EQ(mutil_interrupt(5, &next, &mine), 0);   // not past the next check: not asked
+    EXPECT_EQ(mutil_interrupt(5, &next, &mine), 0);  // not past the next check: not asked
     next = 0;
     EXPECT_EQ(mutil_interrupt(5, &next, nullptr), 0);
     Hux::ArenaScope scope;

@@ -52,8 +52,7 @@ TEST_F(Forged, RawAndBitReadersFillOnlyTheCallersMatrix) {
     Text bits("\xff\xff\xff");
     EXPECT_EQ(message(imguniv_read_from_bits(bits, scalar_u8(1), 1, 2147483647, ' ', '#', nullptr, &b)),
               "Input-output error");
-    EXPECT_EQ(message(imguniv_read_from_bits(bits, scalar_u8(1), 1, 0, ' ', '#', nullptr, &b)),
-              "Input-output error");
+    EXPECT_EQ(message(imguniv_read_from_bits(bits, scalar_u8(1), 1, 0, ' ', '#', nullptr, &b)), "Input-output error");
     EXPECT_LT(grown() - before, std::size_t(64) << 10);
 }
 

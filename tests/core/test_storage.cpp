@@ -34,9 +34,10 @@ TEST_F(StorageTest, MallocAndWrapRefuseEmptyExtentsAndUnknownTags) {
 
 TEST_F(StorageTest, ValidateChecksInOrder) {
     double x = 0;
-    const std::pair<_double_mat, const char*> cases[] = {
-        {{2, 2, 4, nullptr}, "null pointer"}, {{0, 2, 0, &x}, "array size mismatch"},
-        {{1, 1, 2, &x}, "array size mismatch"}, {{1, 1, 1, &x}, ""}};
+    const std::pair<_double_mat, const char*> cases[] = {{{2, 2, 4, nullptr}, "null pointer"},
+                                                         {{0, 2, 0, &x}, "array size mismatch"},
+                                                         {{1, 1, 2, &x}, "array size mismatch"},
+                                                         {{1, 1, 1, &x}, ""}};
     for (auto [m, want] : cases) EXPECT_EQ(raised([&] { matdbl_validate(&m); }), want);
 }
 

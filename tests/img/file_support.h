@@ -45,8 +45,7 @@ inline std::string run(const std::string& command) {
 }
 
 /// A portable anymap written by the test itself: header and raw body.
-inline void put_pnm(const std::string& path, int magic, int width, int height, int maxval,
-                    const std::string& body) {
+inline void put_pnm(const std::string& path, int magic, int width, int height, int maxval, const std::string& body) {
     char head[64];
     int n = maxval > 0 ? std::snprintf(head, sizeof head, "P%d\n%d %d\n%d\n", magic, width, height, maxval)
                        : std::snprintf(head, sizeof head, "P%d\n%d %d\n", magic, width, height);
@@ -71,8 +70,10 @@ inline std::string tiff_bytes(const std::vector<TiffEntry>& entries, const std::
     for (const TiffEntry& e : entries) {
         u16(e.tag), u16(e.type), u32(e.count);
         const uint32_t v = e.value == kDataOffset ? data_at : e.value;
-        if (e.type == 3 && e.count == 1) u16(v), u16(0);  // SHORT values sit in the first half
-        else u32(v);
+        if (e.type == 3 && e.count == 1)
+            u16(v), u16(0);  // SHORT values sit in the first half
+        else
+            u32(v);
     }
     u32(0);
     return out + data;

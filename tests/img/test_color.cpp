@@ -46,7 +46,8 @@ TEST_F(ColorTest, GreyLevelsMatchOpenCV) {
     // Our 8-bit answer is the exact rounding of the luma, whatever the result type.
     ASSERT_EQ(message(imgset_color_to_grayscale(&u8, nullptr, &g16)), "");
     EXPECT_EQ(as_doubles(g16), as_doubles(g8));
-    auto r = make_univ<unsigned char>(1, 1, {1}), g = make_univ<unsigned char>(1, 1, {0}), b = make_univ<unsigned char>(1, 1, {0});
+    auto r = make_univ<unsigned char>(1, 1, {1}), g = make_univ<unsigned char>(1, 1, {0}),
+         b = make_univ<unsigned char>(1, 1, {0});
     auto one = set_of({r, g, b});
     auto y = make_univ<double>(1, 1);
     ASSERT_EQ(message(imgset_color_to_grayscale(&one, nullptr, &y)), "");
@@ -102,7 +103,8 @@ TEST_F(ColorTest, PalettesMapBothWays) {
     ASSERT_EQ(message(imgset_color_from_palette(&index, &palette, nullptr, &planes)), "");
     const double* pal = static_cast<const double*>(palette.data);
     for (int i = 0; i < 42; ++i)
-        for (int j = 0; j < 3; ++j) EXPECT_EQ(values_of<double>(planes.mats[j])[i], pal[values_of<uint16_t>(index)[i] * 3 + j]);
+        for (int j = 0; j < 3; ++j)
+            EXPECT_EQ(values_of<double>(planes.mats[j])[i], pal[values_of<uint16_t>(index)[i] * 3 + j]);
     // The colours of the palette map back to themselves; a repeated colour to its first row.
     auto again = make_univ<int32_t>(6, 7);
     ASSERT_EQ(message(imgset_color_to_palette(&planes, &palette, nullptr, &again)), "");
@@ -130,13 +132,16 @@ TEST_F(ColorTest, Refusals) {
     EXPECT_EQ(message(imgset_color_to_grayscale(&d, nullptr, &d.mats[1])), msg::illegal_memory_address);
     auto cpx = make_univ<_dcomplex>(6, 7);
     EXPECT_EQ(::imgset_color_to_grayscale(&u8, nullptr, &cpx), MUTIL_ERR_ILLEGAL_TYPE);
-    EXPECT_EQ(message(imgset_color_convert(&u8, IMG_COLOR_RGB, _img_color_space(5), nullptr, &d)), msg::illegal_data_value);
-    EXPECT_EQ(message(imgset_color_convert(&u8, _img_color_space(-1), IMG_COLOR_HSV, nullptr, &d)), msg::illegal_data_value);
+    EXPECT_EQ(message(imgset_color_convert(&u8, IMG_COLOR_RGB, _img_color_space(5), nullptr, &d)),
+              msg::illegal_data_value);
+    EXPECT_EQ(message(imgset_color_convert(&u8, _img_color_space(-1), IMG_COLOR_HSV, nullptr, &d)),
+              msg::illegal_data_value);
     EXPECT_EQ(message(imgset_color_convert(&u8, IMG_COLOR_HSV, IMG_COLOR_RGB, nullptr, &d)), msg::illegal_data_type);
     auto s32 = blank_set<int32_t>(3);
     EXPECT_EQ(message(imgset_color_convert(&d, IMG_COLOR_RGB, IMG_COLOR_RGB, nullptr, &s32)), msg::illegal_data_type);
     EXPECT_EQ(message(imgset_color_convert(&d, IMG_COLOR_RGB, IMG_COLOR_HSV, nullptr, &two)), msg::array_size_mismatch);
-    EXPECT_EQ(message(imgset_color_convert(&d, IMG_COLOR_RGB, IMG_COLOR_HSV, nullptr, &d)), msg::illegal_memory_address);
+    EXPECT_EQ(message(imgset_color_convert(&d, IMG_COLOR_RGB, IMG_COLOR_HSV, nullptr, &d)),
+              msg::illegal_memory_address);
 }
 
 }  // namespace

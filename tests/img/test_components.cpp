@@ -11,8 +11,8 @@ using ComponentsTest = ArenaTest;
 
 /// Flood-fill labels of a volume (planes x rows x cols, 0/1 mask) with the given neighbour
 /// offsets, numbered in scan order, small regions dropped; returns the count with background.
-uint32_t flood(const std::vector<int>& mask, int planes, int rows, int cols, bool eight, bool volume,
-               uint32_t min_size, std::vector<uint32_t>& lab) {
+uint32_t flood(const std::vector<int>& mask, int planes, int rows, int cols, bool eight, bool volume, uint32_t min_size,
+               std::vector<uint32_t>& lab) {
     lab.assign(mask.size(), 0);
     std::vector<std::vector<int>> regions;
     for (int start = 0; start < int(mask.size()); ++start) {
@@ -73,8 +73,7 @@ TEST_F(ComponentsTest, LabelsMatchFloodFillInBothConnectivities) {
             const int rows = 1 + g() % 12, cols = 1 + g() % 150, density = 1 + g() % 4;
             std::vector<int> mask(rows * cols);
             std::vector<T> px(rows * cols);
-            for (int k = 0; k < rows * cols; ++k)
-                mask[k] = int(g() % 5) < density, px[k] = mask[k] ? T(6) : T(g() % 5);
+            for (int k = 0; k < rows * cols; ++k) mask[k] = int(g() % 5) < density, px[k] = mask[k] ? T(6) : T(g() % 5);
             const _univ_mat img = make_univ<T>(rows, cols, px);
             _univ_scalar six{};
             six.type = img.type;
@@ -107,8 +106,8 @@ TEST_F(ComponentsTest, VolumesUseSixNeighboursAcrossPlanes) {
         uint32_t min_size = trial % 2 ? 0 : 4, count = 0;
         std::vector<uint32_t> want;
         uint32_t want_count = flood(mask, planes, rows, cols, false, true, min_size, want);
-        ASSERT_EQ(message(imgset_connected_components_3d(&s, IMG_CONNECT_EIGHT, scalar_u16(300), min_size, nullptr,
-                                                         &l, &count)),
+        ASSERT_EQ(message(imgset_connected_components_3d(&s, IMG_CONNECT_EIGHT, scalar_u16(300), min_size, nullptr, &l,
+                                                         &count)),
                   "");
         EXPECT_EQ(count, want_count);
         for (int k = 0; k < planes * n; ++k)

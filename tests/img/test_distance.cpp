@@ -25,9 +25,9 @@ double brute(const _uint8_mat& img, int r, int c, _img_distance_type metric) {
         for (int x = 0; x < img.ncol; ++x) {
             if (img.data[y * img.ncol + x] != 1) continue;
             double dy = std::abs(y - r), dx = std::abs(x - c), lo = std::min(dx, dy), hi = std::max(dx, dy);
-            double d = metric == IMG_DISTANCE_CITY_BLOCK ? dx + dy
-                     : metric == IMG_DISTANCE_CHESSBOARD ? hi
-                                                         : (hi - lo) + r2 * lo;
+            double d = metric == IMG_DISTANCE_CITY_BLOCK   ? dx + dy
+                       : metric == IMG_DISTANCE_CHESSBOARD ? hi
+                                                           : (hi - lo) + r2 * lo;
             best = std::min(best, d);
         }
     return best;

@@ -22,8 +22,8 @@ int map_index(int i, int n, int rule) {
 }
 
 /// The centred sum with doubles, for either direction.
-std::vector<double> ref_filter(const std::vector<double>& img, int rows, int cols, const std::vector<double>& k,
-                               int kr, int kc, int rule, bool convolve) {
+std::vector<double> ref_filter(const std::vector<double>& img, int rows, int cols, const std::vector<double>& k, int kr,
+                               int kc, int rule, bool convolve) {
     std::vector<double> out(img.size());
     for (int r = 0; r < rows; ++r)
         for (int c = 0; c < cols; ++c) {
@@ -102,7 +102,7 @@ TEST_F(EdgeTest, NonMaximaKeepsTheRidgeAcrossTheGradient) {
     const double profile[rows] = {1, 2, 4, 9, 4, 2, 1};
     for (int i = 0; i < rows * cols; ++i) v.data[i] = profile[i / cols];
     h.data[3 * cols + 2] = 1e-3;  // a slight tilt still compares along the rows
-    v.data[3 * cols + 4] = 1e-9;   // both components tiny: never an edge
+    v.data[3 * cols + 4] = 1e-9;  // both components tiny: never an edge
     ASSERT_EQ(message(imgdbl_edge_nonmaxima_suppress(&v, &h, nullptr, &r)), "");
     for (int i = 0; i < rows * cols; ++i) {
         // Inside the border, where the ridge pixel vanished its neighbours above and below become maxima.
@@ -206,7 +206,8 @@ TEST_F(EdgeTest, SobelGradientsAndEdges) {
     std::vector<double> img(rows * cols), s(rows * cols);
     const _univ_scalar nine = scalar_u16(9), one = scalar_u16(1);
     for (double& x : img) x = g() % 50;
-    _univ_mat a = make_univ<double>(rows, cols, img), v = make_univ<double>(rows, cols), h = make_univ<double>(rows, cols);
+    _univ_mat a = make_univ<double>(rows, cols, img), v = make_univ<double>(rows, cols),
+              h = make_univ<double>(rows, cols);
     ASSERT_EQ(message(imguniv_gradient_sobel(&a, nullptr, &v, &h)), "");
     const auto gv = values_of<double>(v), gh = values_of<double>(h);
     EXPECT_EQ(gv, ref_filter(img, rows, cols, {-1, -2, -1, 0, 0, 0, 1, 2, 1}, 3, 3, 0, false));

@@ -43,8 +43,8 @@ TEST_F(FilterTest, WienerMatchesTheLocalStatisticsFilterForOddWindows) {
         for (double noise : {-1.0, 100.0}) {
             auto r = make_univ<double>(9, 11);
             ASSERT_EQ(message(imguniv_filter_wiener(&dbl, wr, wc, noise, B0, nullptr, &r)), "");
-            const std::string name = "wiener_dbl_" + std::to_string(wr) + "x" + std::to_string(wc) +
-                                     (noise < 0 ? "_est" : "_100");
+            const std::string name =
+                "wiener_dbl_" + std::to_string(wr) + "x" + std::to_string(wc) + (noise < 0 ? "_est" : "_100");
             EXPECT_LT(max_diff(as_doubles(r), peers.at(name).v), 1e-9) << name;
         }
 }
@@ -123,13 +123,18 @@ TEST_F(FilterTest, Refusals) {
     auto img = make_univ<unsigned char>(4, 5), res = make_univ<unsigned char>(4, 5);
     auto dres = make_univ<double>(4, 5), small = make_univ<unsigned char>(4, 4);
     const double nan = std::numeric_limits<double>::quiet_NaN(), inf = std::numeric_limits<double>::infinity();
-    auto mean = [&](int wr, int b, _univ_mat* r) { return message(imguniv_filter_local_mean(&img, wr, 3, _mutil_boundary_type(b), nullptr, r)); };
+    auto mean = [&](int wr, int b, _univ_mat* r) {
+        return message(imguniv_filter_local_mean(&img, wr, 3, _mutil_boundary_type(b), nullptr, r));
+    };
     for (int b : {1, 2, 4, -1}) {
         EXPECT_EQ(mean(3, b, &res), msg::illegal_data_value);
-        EXPECT_EQ(message(imguniv_filter_local_variance(&img, 3, 3, _mutil_boundary_type(b), nullptr, &dres)), msg::illegal_data_value);
-        EXPECT_EQ(message(imguniv_filter_wiener(&img, 3, 3, 1, _mutil_boundary_type(b), nullptr, &res)), msg::illegal_data_value);
+        EXPECT_EQ(message(imguniv_filter_local_variance(&img, 3, 3, _mutil_boundary_type(b), nullptr, &dres)),
+                  msg::illegal_data_value);
+        EXPECT_EQ(message(imguniv_filter_wiener(&img, 3, 3, 1, _mutil_boundary_type(b), nullptr, &res)),
+                  msg::illegal_data_value);
     }
-    EXPECT_EQ(message(imguniv_filter_quantile(&img, 3, 3, 0.5, _mutil_boundary_type(4), nullptr, &res)), msg::illegal_data_value);
+    EXPECT_EQ(message(imguniv_filter_quantile(&img, 3, 3, 0.5, _mutil_boundary_type(4), nullptr, &res)),
+              msg::illegal_data_value);
     EXPECT_EQ(mean(0, 0, &res), msg::illegal_data_value);
     EXPECT_EQ(mean(3, 0, &small), msg::array_size_mismatch);
     EXPECT_EQ(mean(3, 0, &img), msg::illegal_memory_address);

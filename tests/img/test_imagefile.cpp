@@ -42,8 +42,7 @@ TEST_F(BitStreamTest, PlainBitmapHeaderAndDigitsAreExact) {
     EXPECT_EQ(written([&](FILE* f) { return mutils::imguniv_write_pbm(f, &row, 0, 1, nullptr); }), expect + "\n");
     // A custom separator and width; the separator is " " when none is given.
     auto four = make_univ<uint16_t>(1, 4, {0, 9, 0, 9});
-    EXPECT_EQ(written([&](FILE* f) { return imguniv_write_to_bits(f, &four, 3, 0, ",", 5, nullptr); }),
-              "1,0,\n1,0,\n");
+    EXPECT_EQ(written([&](FILE* f) { return imguniv_write_to_bits(f, &four, 3, 0, ",", 5, nullptr); }), "1,0,\n1,0,\n");
     EXPECT_EQ(written([&](FILE* f) { return imguniv_write_to_bits(f, &four, 3, 0, nullptr, 0, nullptr); }),
               "1 \n0 \n1 \n0 \n");
 }
@@ -101,7 +100,8 @@ TEST_F(BitStreamTest, RefusalsComeBeforeAnyReadingOrWriting) {
     std::fclose(f);
 
     auto flt = make_univ<float>(1, 1);
-    EXPECT_EQ(written([&](FILE* f) { return mutils::imguniv_write_pbm(f, &flt, 0, 0, nullptr); }, "Illegal data type"), "");
+    EXPECT_EQ(written([&](FILE* f) { return mutils::imguniv_write_pbm(f, &flt, 0, 0, nullptr); }, "Illegal data type"),
+              "");
     EXPECT_EQ(::imguniv_write_pbm(nullptr, &flt, 0, 0, nullptr), MUTIL_ERR_OK);  // "null pointer" has no code
     FILE* ro = input("");
     EXPECT_EQ(message(mutils::imguniv_write_pbm(ro, &r, 0, 0, nullptr)), "Input-output error");
@@ -216,12 +216,14 @@ TEST_F(AnymapTest, BitmapsReadWhiteAsTwoHundredFiftyFive) {
 TEST_F(AnymapTest, PixmapsInterleaveTheirPlanes) {
     const std::vector<unsigned char> planes[3] = {{1, 4}, {2, 5}, {3, 6}};
     _mat_set s = pixmap<unsigned char>(1, 2, planes);
-    EXPECT_EQ(written([&](FILE* f) { return mutils::imgset_write_ppm(f, &s, 1, nullptr); }), "P3 2 1 6\n1 2 3 4 5 6 \n");
+    EXPECT_EQ(written([&](FILE* f) { return mutils::imgset_write_ppm(f, &s, 1, nullptr); }),
+              "P3 2 1 6\n1 2 3 4 5 6 \n");
     EXPECT_EQ(written([&](FILE* f) { return mutils::imgset_write_ppm(f, &s, 0, nullptr); }),
               std::string("P6 2 1 6\n\1\2\3\4\5\6", 15));
     const std::vector<uint16_t> wide[3] = {{1000}, {0}, {7}};
     _mat_set w = pixmap<uint16_t>(1, 1, wide);
-    EXPECT_EQ(written([&](FILE* f) { return mutils::imgset_write_ppm(f, &w, 0, nullptr); }), "P3 1 1 1000\n1000 0 7 \n");
+    EXPECT_EQ(written([&](FILE* f) { return mutils::imgset_write_ppm(f, &w, 0, nullptr); }),
+              "P3 1 1 1000\n1000 0 7 \n");
 
     // Round trips of a larger set, raw and text, through the plain entry points.
     std::mt19937 gen(8);
@@ -243,7 +245,8 @@ TEST_F(AnymapTest, WritersRefuseBeforeWritingAnything) {
     auto dbl = make_univ<double>(2, 2);
     auto s16 = make_univ<int16_t>(2, 2);
     for (const _univ_mat* m : {&dbl, &s16})
-        EXPECT_EQ(written([&](FILE* f) { return mutils::imguniv_write_pgm(f, m, 0, nullptr); }, "Illegal data type"), "");
+        EXPECT_EQ(written([&](FILE* f) { return mutils::imguniv_write_pgm(f, m, 0, nullptr); }, "Illegal data type"),
+                  "");
     EXPECT_EQ(::imguniv_write_pgm(nullptr, &dbl, 0, nullptr), MUTIL_ERR_OK);  // "null pointer" has no code
 
     const std::vector<unsigned char> planes[3] = {{1, 2}, {3, 4}, {5, 6}};
@@ -256,7 +259,6 @@ TEST_F(AnymapTest, WritersRefuseBeforeWritingAnything) {
     _mat_set d = pixmap<double>(1, 1, reals);
     EXPECT_EQ(written([&](FILE* f) { return mutils::imgset_write_ppm(f, &d, 0, nullptr); }, "Illegal data type"), "");
     EXPECT_EQ(message(mutils::imgset_write_ppm(nullptr, &d, 0, nullptr)), "null pointer");
-
 }
 
 TEST_F(AnymapTest, HostileHeadersGetTheirMessages) {
@@ -265,8 +267,8 @@ TEST_F(AnymapTest, HostileHeadersGetTheirMessages) {
         {"Q5 1 1 255\n\1", "Input-output error"},
         {"P5 x 1 255\n\1", "Input-output error"},
         {"P5 1", "Input-output error"},
-        {"P5 1 1 \n", "Input-output error"},       // no maxval
-        {"P5 1 1 255", "Input-output error"},      // nothing after the maxval
+        {"P5 1 1 \n", "Input-output error"},   // no maxval
+        {"P5 1 1 255", "Input-output error"},  // nothing after the maxval
         {"P7 1 1 255\n\1", "Illegal data value"},
         {"P6 1 1 255\n\1\2\3", "Illegal data value"},  // a pixmap is no greymap
         {"P5 1 1 0\n\1", "Illegal data value"},
@@ -379,9 +381,9 @@ TEST_F(AnymapTest, WeReadNetpbmsOwnFilesRawAndPlain) {
     const std::string raw = scratch("tool.pnm"), plain = scratch("tool_plain.pnm");
     // Raw bitmaps are read as one run of bits, so only those whose width is a multiple of 8 have
     // the usual layout.
-    for (const char* cmd : {"pgmramp -lr 37 5", "pgmramp -diag 64 3", "pgmramp -lr -maxval 1000 9 4",
-                            "pgmramp -tb -maxval 65535 3 300", "ppmmake rgb:12/34/56 4 3", "pbmmake -g 16 3",
-                            "pbmmake -g 13 4"}) {
+    for (const char* cmd :
+         {"pgmramp -lr 37 5", "pgmramp -diag 64 3", "pgmramp -lr -maxval 1000 9 4", "pgmramp -tb -maxval 65535 3 300",
+          "ppmmake rgb:12/34/56 4 3", "pbmmake -g 16 3", "pbmmake -g 13 4"}) {
         SCOPED_TRACE(cmd);
         put_file(raw, run(cmd));
         put_file(plain, run("pnmtoplainpnm " + raw));

@@ -13,10 +13,12 @@ using detail::mat_t;
 
 // ---- references: the formulas evaluated pixel by pixel ---------------------------------------
 
-template <class T> std::vector<T> ref_binary(const mat_t<T>& a, const _uint8_mat& se, int orow, int ocol, T fg, T bg,
-                                             bool dilate) {
+template <class T>
+std::vector<T> ref_binary(const mat_t<T>& a, const _uint8_mat& se, int orow, int ocol, T fg, T bg, bool dilate) {
     std::vector<T> out(a.nelem, bg);
-    auto at = [&](int r, int c) { return r >= 0 && r < a.nrow && c >= 0 && c < a.ncol && a.data[r * a.ncol + c] == fg; };
+    auto at = [&](int r, int c) {
+        return r >= 0 && r < a.nrow && c >= 0 && c < a.ncol && a.data[r * a.ncol + c] == fg;
+    };
     int members = 0;
     for (int k = 0; k < se.nelem; ++k) members += se.data[k] != 0;
     for (int r = 0; r < a.nrow; ++r)
@@ -25,8 +27,10 @@ template <class T> std::vector<T> ref_binary(const mat_t<T>& a, const _uint8_mat
             for (int i = 0; i < se.nrow; ++i)
                 for (int j = 0; j < se.ncol; ++j)
                     if (se.data[i * se.ncol + j]) {
-                        if (!dilate) hits += at(r - orow + i, c - ocol + j);
-                        else if (at(r + orow - i, c + ocol - j)) hits = members;
+                        if (!dilate)
+                            hits += at(r - orow + i, c - ocol + j);
+                        else if (at(r + orow - i, c + ocol - j))
+                            hits = members;
                     }
             bool on = dilate ? hits > 0 : hits == members;
             out[r * a.ncol + c] = on ? fg : bg;
@@ -34,8 +38,8 @@ template <class T> std::vector<T> ref_binary(const mat_t<T>& a, const _uint8_mat
     return out;
 }
 
-template <class T> std::vector<T> ref_grey(const mat_t<T>& a, const mat_t<T>& se, int orow, int ocol, int border,
-                                           bool dilate) {
+template <class T>
+std::vector<T> ref_grey(const mat_t<T>& a, const mat_t<T>& se, int orow, int ocol, int border, bool dilate) {
     using W = detail::wrap_t<T>;
     auto read = [&](int r, int c) -> T {
         if (r < 0 || r >= a.nrow || c < 0 || c >= a.ncol) {
@@ -54,8 +58,10 @@ template <class T> std::vector<T> ref_grey(const mat_t<T>& a, const mat_t<T>& se
                     T s = se.data[i * se.ncol + j];
                     T w = dilate ? T(W(read(r + orow - i, c + ocol - j)) + W(s))
                                  : T(W(read(r - orow + i, c - ocol + j)) - W(s));
-                    if (i == 0 && j == 0) v = w;
-                    else if (dilate ? w > v : w < v) v = w;
+                    if (i == 0 && j == 0)
+                        v = w;
+                    else if (dilate ? w > v : w < v)
+                        v = w;
                 }
             out[r * a.ncol + c] = v;
         }
@@ -143,9 +149,9 @@ TEST_F(MorphologyTest, BinaryRefusals) {
     EXPECT_EQ(message(imguniv_binary_erode(&ua, &us, 0, 0, scalar_u16(1), scalar_u8(0), nullptr, &ur)),
               "Illegal data type");
     _univ_mat u16se = make_univ<uint16_t>(1, 1, {1});
-    EXPECT_EQ(message(imguniv_binary_open(&ua, &u16se, scalar_u8(1), scalar_u8(0), nullptr, &ur)),
-              "Illegal data type");
-    EXPECT_EQ(::imguniv_binary_dilate(&ua, &us, 0, 0, scalar_u8(1), scalar_u8(1), nullptr, &ur), MUTIL_ERR_ILLEGAL_VALUE);
+    EXPECT_EQ(message(imguniv_binary_open(&ua, &u16se, scalar_u8(1), scalar_u8(0), nullptr, &ur)), "Illegal data type");
+    EXPECT_EQ(::imguniv_binary_dilate(&ua, &us, 0, 0, scalar_u8(1), scalar_u8(1), nullptr, &ur),
+              MUTIL_ERR_ILLEGAL_VALUE);
 }
 
 // ---- grey-scale --------------------------------------------------------------------------
@@ -201,8 +207,7 @@ TEST_F(MorphologyTest, GreyRefusals) {
     EXPECT_EQ(message(imgdbl_grayscale_erode(&d, &s3, 0, 0, _mutil_boundary_type(7), nullptr, &out)),
               "Illegal data value");
     _univ_mat ud = make_univ<double>(2, 2), us = make_univ<float>(1, 1), ur = make_univ<double>(2, 2);
-    EXPECT_EQ(message(imguniv_grayscale_erode(&ud, &us, 0, 0, MUTIL_BOUNDARY_ZERO, nullptr, &ur)),
-              "Illegal data type");
+    EXPECT_EQ(message(imguniv_grayscale_erode(&ud, &us, 0, 0, MUTIL_BOUNDARY_ZERO, nullptr, &ur)), "Illegal data type");
 }
 
 // ---- generators --------------------------------------------------------------------------
@@ -275,16 +280,15 @@ TEST_F(MorphologyTest, ThinningFollowsTheTablesAndKeepsASubset) {
     std::mt19937 g(3);
     // T2 of thinning, reconstructed from the documented list for the reference.
     const std::vector<int> t2 = {
-        17,  19,  22,  23,  25,  27,  29,  31,  48,  52,  53,  58,  59,  62,  63,  80,  83,  85,  86,  87,
-        88,  89,  90,  91,  92,  93,  94,  95,  113, 114, 115, 116, 117, 118, 119, 121, 122, 123, 125, 127,
-        144, 149, 151, 153, 154, 155, 156, 157, 158, 159, 177, 178, 179, 181, 182, 183, 184, 185, 187, 188,
-        189, 191, 208, 209, 212, 213, 215, 216, 217, 218, 219, 220, 221, 222, 223, 240, 241, 242, 243, 244,
-        245, 247, 248, 249, 250, 251, 252, 253, 254, 255, 275, 277, 278, 279, 281, 282, 283, 284, 285, 286,
-        287, 304, 305, 307, 308, 309, 311, 314, 315, 316, 317, 318, 319, 337, 338, 339, 340, 341, 342, 343,
-        344, 345, 346, 347, 348, 349, 350, 351, 368, 369, 370, 371, 372, 373, 374, 375, 377, 378, 379, 380,
-        381, 382, 383, 400, 401, 404, 405, 407, 408, 409, 410, 411, 412, 413, 414, 415, 433, 434, 437, 439,
-        440, 443, 444, 445, 446, 447, 464, 465, 466, 467, 468, 469, 470, 471, 472, 473, 474, 475, 476, 477,
-        478, 479, 497, 498, 499, 500, 501, 502, 503, 504, 505, 506, 507, 508, 509, 510, 511};
+        17,  19,  22,  23,  25,  27,  29,  31,  48,  52,  53,  58,  59,  62,  63,  80,  83,  85,  86,  87,  88,  89,
+        90,  91,  92,  93,  94,  95,  113, 114, 115, 116, 117, 118, 119, 121, 122, 123, 125, 127, 144, 149, 151, 153,
+        154, 155, 156, 157, 158, 159, 177, 178, 179, 181, 182, 183, 184, 185, 187, 188, 189, 191, 208, 209, 212, 213,
+        215, 216, 217, 218, 219, 220, 221, 222, 223, 240, 241, 242, 243, 244, 245, 247, 248, 249, 250, 251, 252, 253,
+        254, 255, 275, 277, 278, 279, 281, 282, 283, 284, 285, 286, 287, 304, 305, 307, 308, 309, 311, 314, 315, 316,
+        317, 318, 319, 337, 338, 339, 340, 341, 342, 343, 344, 345, 346, 347, 348, 349, 350, 351, 368, 369, 370, 371,
+        372, 373, 374, 375, 377, 378, 379, 380, 381, 382, 383, 400, 401, 404, 405, 407, 408, 409, 410, 411, 412, 413,
+        414, 415, 433, 434, 437, 439, 440, 443, 444, 445, 446, 447, 464, 465, 466, 467, 468, 469, 470, 471, 472, 473,
+        474, 475, 476, 477, 478, 479, 497, 498, 499, 500, 501, 502, 503, 504, 505, 506, 507, 508, 509, 510, 511};
     for (int trial = 0; trial < 20; ++trial) {
         int rows = 3 + g() % 12, cols = 3 + g() % 12;
         _univ_mat a = make_univ<int16_t>(rows, cols), r = make_univ<int16_t>(rows, cols);

@@ -140,8 +140,8 @@ TEST_F(ToolFileTest, GreyImagesOfEightAndSixteenBits) {
 }
 
 TEST_F(ToolFileTest, RgbContiguousSeparateAndTiled) {
-    const std::string ppm = scratch("c.ppm"), tif = scratch("c.tif"), sep = scratch("cs.tif"), tiled = scratch("ct.tif"),
-                      chunky = scratch("cc.tif");
+    const std::string ppm = scratch("c.ppm"), tif = scratch("c.tif"), sep = scratch("cs.tif"),
+                      tiled = scratch("ct.tif"), chunky = scratch("cc.tif");
     const int w = 37, h = 21;
     const std::string body = random_bytes(size_t(w) * h * 3, 3);
     put_pnm(ppm, 6, w, h, 255, body);
@@ -201,9 +201,9 @@ TEST_F(ToolFileTest, BilevelReadsBlackAsZeroUnderBothInterpretations) {
 
 std::vector<TiffEntry> grey_entries(uint32_t width, uint32_t height, uint32_t bytes, uint16_t compression = 1,
                                     uint16_t photometric = 1, uint16_t spp = 1, uint16_t format = 1) {
-    return {{256, 4, 1, width},       {257, 4, 1, height},     {258, 3, 1, 8},          {259, 3, 1, compression},
-            {262, 3, 1, photometric}, {273, 4, 1, kDataOffset}, {277, 3, 1, spp},       {278, 4, 1, height},
-            {279, 4, 1, bytes},       {284, 3, 1, 1},          {339, 3, 1, format}};
+    return {{256, 4, 1, width},       {257, 4, 1, height},      {258, 3, 1, 8},     {259, 3, 1, compression},
+            {262, 3, 1, photometric}, {273, 4, 1, kDataOffset}, {277, 3, 1, spp},   {278, 4, 1, height},
+            {279, 4, 1, bytes},       {284, 3, 1, 1},           {339, 3, 1, format}};
 }
 
 TEST_F(TiffTest, HandMadeFileIsReadAndItsTruncationRefused) {
@@ -232,9 +232,9 @@ TEST_F(TiffTest, ForgedSizesAreRefusedWithoutLargeAllocations) {
 TEST_F(TiffTest, ForgedTileSizesAreRefusedBeforeTheTileBufferIsAllocated) {
     const std::string path = scratch("tile.tif");
     auto tiled = [](uint16_t compression) {
-        return std::vector<TiffEntry>{{256, 4, 1, 1},   {257, 4, 1, 1},     {258, 3, 1, 8},
-                                      {259, 3, 1, compression}, {262, 3, 1, 1}, {277, 3, 1, 1},
-                                      {284, 3, 1, 1},   {322, 4, 1, 65536}, {323, 4, 1, 65536},
+        return std::vector<TiffEntry>{{256, 4, 1, 1},           {257, 4, 1, 1},     {258, 3, 1, 8},
+                                      {259, 3, 1, compression}, {262, 3, 1, 1},     {277, 3, 1, 1},
+                                      {284, 3, 1, 1},           {322, 4, 1, 65536}, {323, 4, 1, 65536},
                                       {324, 4, 1, kDataOffset}, {325, 4, 1, 16}};
     };
     put_file(path, tiff_bytes(tiled(1), std::string(16, 'x')));

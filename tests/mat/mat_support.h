@@ -8,7 +8,6 @@
 
 namespace mutils::test {
 
-
 /// Calls f(T{}) once for each real element type.
 template <class F> void each_real_type(F f) {
     f(double{}), f(float{}), f((unsigned char)0), f(uint16_t{}), f(uint32_t{}), f(int16_t{}), f(int32_t{});

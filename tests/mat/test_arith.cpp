@@ -91,7 +91,7 @@ TEST_F(ArithTest, UniversalScalarsMustFitTheResultSymmetrically) {
     EXPECT_EQ(message(matuniv_add_scalar(&s16, scalar_s32(-32768), nullptr, &s16)), "Illegal data type");
     EXPECT_EQ(message(matuniv_add_scalar(&s16, scalar_s32(-32767), nullptr, &s16)), "");
     EXPECT_EQ(values_of<int16_t>(s16), (std::vector<int16_t>{-32762}));
-    EXPECT_EQ(message(matuniv_add_scalar(&s16, scalar_s16(-32768), nullptr, &s16)), "");  // own type: as is
+    EXPECT_EQ(message(matuniv_add_scalar(&s16, scalar_s16(-32768), nullptr, &s16)), "");    // own type: as is
     EXPECT_EQ(message(matuniv_multiply_scalar(&s16, scalar_s8(-128), nullptr, &s16)), "");  // fits s16
     _univ_mat s32 = make_univ<int32_t>(1, 1), u32 = make_univ<uint32_t>(1, 1, {1});
     EXPECT_EQ(message(matuniv_add_scalar(&s32, scalar_u32(2147483648u), nullptr, &s32)), "Illegal data type");

@@ -31,8 +31,8 @@ template <class S, class D> void check_pair(long double x) {
     } else {
         expected = D(sx);
     }
-    const std::string pair = std::string(detail::elem<S>::code) + "->" + detail::elem<D>::code + " of " +
-                             std::to_string(double(x));
+    const std::string pair =
+        std::string(detail::elem<S>::code) + "->" + detail::elem<D>::code + " of " + std::to_string(double(x));
     for (unsigned char clip : {0, 1}) {
         _univ_mat a = make_univ<S>(1, 1, {sx}), r = make_univ<D>(1, 1);
         std::string err = raised([&] { matuniv_cast(&a, clip, nullptr, &r); });
@@ -97,8 +97,7 @@ TEST_F(CastTest, ComplexConversions) {
     matcpx_cast_to_dbl(&z, 1, nullptr, &d);  // the imaginary part is dropped
     EXPECT_EQ(values(d), (std::vector<double>{1.5, -2}));
 
-    _univ_mat u8 = make_univ<unsigned char>(1, 1, {200}), uz = make_univ<_dcomplex>(1, 1),
-              uf = make_univ<float>(1, 1);
+    _univ_mat u8 = make_univ<unsigned char>(1, 1, {200}), uz = make_univ<_dcomplex>(1, 1), uf = make_univ<float>(1, 1);
     matuniv_cast(&u8, 0, nullptr, &uz);  // through double
     EXPECT_EQ(values_of<_dcomplex>(uz)[0].re, 200);
     EXPECT_EQ(raised([&] { matuniv_cast(&uz, 1, nullptr, &uf); }), "Illegal data type");

@@ -127,9 +127,11 @@ TEST_F(StatsTest, EntropyOfProbabilitiesAndOfCounts) {
     auto half = make<double>(1, 2, {0.5, 0.5});
     // Floating inputs are probabilities (summing to 1 within a tolerance), integers are counts.
     const std::tuple<_univ_mat, double, double> cases[] = {
-        {make_univ<double>(1, 2, {0.5, 0.5}), 1.0, 1e-15}, {make_univ<double>(1, 2, {1, 0}), 0.0, 0.0},
+        {make_univ<double>(1, 2, {0.5, 0.5}), 1.0, 1e-15},
+        {make_univ<double>(1, 2, {1, 0}), 0.0, 0.0},
         {make_univ<float>(1, 4, {0.25f, 0.25f, 0.25f, 0.250004f}), 2.0, 1e-4},
-        {make_univ<int32_t>(1, 3, {1, 1, 2}), 1.5, 1e-15}, {make_univ<unsigned char>(2, 2, {3, 0, 3, 0}), 1.0, 1e-15}};
+        {make_univ<int32_t>(1, 3, {1, 1, 2}), 1.5, 1e-15},
+        {make_univ<unsigned char>(2, 2, {3, 0, 3, 0}), 1.0, 1e-15}};
     for (auto [u, want, tol] : cases) {
         EXPECT_EQ(message(matuniv_entropy(&u, nullptr, &h)), "");
         EXPECT_NEAR(h, want, tol) << u.type;
@@ -162,9 +164,11 @@ TEST_F(StatsTest, CountsOfEqualElements) {
     // The scalar is compared by value in the matrix's type: 0.1 is no float, 65535 is the bits of -1 but not its value.
     auto ua = univ(a);
     auto s = make_univ<int16_t>(1, 4, {-1, -1, 2, 0});
-    const std::tuple<_univ_mat*, _univ_scalar, uint32_t> cases[] = {
-        {&ua, scalar_dbl(0.5), 1}, {&ua, scalar_dbl(0.1), 0}, {&s, scalar_s32(-1), 2},
-        {&s, scalar_u16(65535), 0}, {&s, scalar_dbl(2.0), 1}};
+    const std::tuple<_univ_mat*, _univ_scalar, uint32_t> cases[] = {{&ua, scalar_dbl(0.5), 1},
+                                                                    {&ua, scalar_dbl(0.1), 0},
+                                                                    {&s, scalar_s32(-1), 2},
+                                                                    {&s, scalar_u16(65535), 0},
+                                                                    {&s, scalar_dbl(2.0), 1}};
     for (auto [u, x, want] : cases) {
         EXPECT_EQ(message(matuniv_number_equal_scalar(u, x, nullptr, &n)), "");
         EXPECT_EQ(n, want) << x.type;

@@ -164,7 +164,8 @@ TEST_F(TextTest, ParseRefusesMalformedText) {
     for (const char* value : {"float -inf", "uint8 256", "uint8 -1", "sint16 1.5", "uint32 nan"}) {
         std::string v(value), word = v.substr(0, v.find(' '));
         EXPECT_EQ(parse_text(word + " Matrix: nrow=1, ncol=1  {\n    Row[0]: " + v.substr(word.size()) + "\n}\n"),
-                  "Illegal data value") << value;
+                  "Illegal data value")
+            << value;
     }
     EXPECT_EQ(parse_text("complex Matrix: nrow=1, ncol=1  {\n    Row[0]:  1 \n}\n"), "Illegal data type");
     EXPECT_EQ(parse_text("doubles Matrix: nrow=1, ncol=1  {\n"), "Illegal data type");

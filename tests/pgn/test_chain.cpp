@@ -43,8 +43,10 @@ std::optional<Runs> plain_rule_trace(const _uint8_mat& m, int32_t row, int32_t c
     for (int d = 6, r = row, c = col; cap-- > 0; r += kDr[d], c += kDc[d]) {
         for (d = (2 * (d / 2) + 7) % 8; !in(r + kDr[d], c + kDc[d]);) d = (d + 1) % 8;
         if (r == row && c == col && !runs.empty() && d == runs[0].first) return runs;
-        if (!runs.empty() && runs.back().first == d) ++runs.back().second;
-        else runs.emplace_back(d, 1);
+        if (!runs.empty() && runs.back().first == d)
+            ++runs.back().second;
+        else
+            runs.emplace_back(d, 1);
     }
     return std::nullopt;
 }
@@ -97,7 +99,12 @@ TEST_F(ChainTest, HandDrawnRegions) {
         {"plus shape", {".....", "..#..", ".###.", "..#..", "....."}, 2, 2, 2, 1, {{4, 1}, {6, 1}, {0, 1}, {2, 1}}},
         // A tail from the start into a plus shape whose diamond never comes back to it: the
         // chain is the diamond, from the pixel where the cycle begins.
-        {"tail into a plus", {"......", "...#..", "..###.", ".#.#..", "#.....", "......"}, 4, 0, 2, 2,
+        {"tail into a plus",
+         {"......", "...#..", "..###.", ".#.#..", "#.....", "......"},
+         4,
+         0,
+         2,
+         2,
          {{4, 1}, {6, 1}, {0, 1}, {2, 1}}},
     };
     for (const Case& k : cases) {

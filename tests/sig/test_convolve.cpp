@@ -29,9 +29,8 @@ template <class T> T reduce(double v) { return T(v); }
 template <class T> T reduce(uint64_t v) { return T(v); }
 template <class T> using wide_t = std::conditional_t<std::is_integral_v<T>, uint64_t, double>;
 
-template <class T>
-std::vector<T> naive(const detail::mat_t<T>& d, const detail::mat_t<T>& f, int rs, int cs, int ro, int co, int b,
-                     bool conv, int yr, int yc) {
+template <class T> std::vector<T> naive(const detail::mat_t<T>& d, const detail::mat_t<T>& f, int rs, int cs, int ro,
+                                        int co, int b, bool conv, int yr, int yc) {
     std::vector<T> y(size_t(yr) * yc);
     for (int i = 0; i < yr; ++i)
         for (int j = 0; j < yc; ++j) {
@@ -55,10 +54,12 @@ template <class T> detail::mat_t<T> random_mat(int nr, int nc, unsigned seed) {
 }
 
 template <class T, class Op> void check_against_definition(Op op, bool conv) {
-    struct Case { int nr, nc, fr, fc, ro, co, rs, cs, yr, yc; };
+    struct Case {
+        int nr, nc, fr, fc, ro, co, rs, cs, yr, yc;
+    };
     const Case cases[] = {
-        {7, 9, 3, 4, 1, 1, 1, 1, 7, 9},   {7, 9, 3, 4, 2, 3, 1, 1, 7, 9},  {7, 9, 3, 4, 3, 4, 2, 3, 4, 3},
-        {5, 5, 7, 6, 4, 2, 1, 1, 5, 5},   {1, 8, 1, 3, 1, 2, 1, 1, 1, 8},  {40, 70, 3, 3, 2, 2, 1, 1, 40, 70},
+        {7, 9, 3, 4, 1, 1, 1, 1, 7, 9},      {7, 9, 3, 4, 2, 3, 1, 1, 7, 9},     {7, 9, 3, 4, 3, 4, 2, 3, 4, 3},
+        {5, 5, 7, 6, 4, 2, 1, 1, 5, 5},      {1, 8, 1, 3, 1, 2, 1, 1, 1, 8},     {40, 70, 3, 3, 2, 2, 1, 1, 40, 70},
         {40, 70, 5, 15, 3, 8, 1, 1, 33, 61}, {40, 70, 4, 5, 1, 5, 3, 2, 13, 35}, {3, 2, 1, 1, 1, 1, 1, 1, 2, 1},
     };
     unsigned seed = 1;

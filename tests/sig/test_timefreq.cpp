@@ -81,8 +81,9 @@ TEST_F(TimeFreqTest, ConeAndBornJordanMatchTheirDirectSums) {
 Values custom_reference(const Values& x, int64_t step, const _double_mat& k, int64_t nrow, int64_t ncol) {
     const int64_t len = x.size(), krow = k.nrow, kcol = k.ncol;
     auto value = [&](int64_t t, int64_t m, int64_t nu) {
-        double v = k.data[m] * 0.5 * (sample(x, t + (m + 1) / 2) * sample(x, t - m / 2) +
-                                      sample(x, t - (m + 1) / 2) * sample(x, t + m / 2));
+        double v =
+            k.data[m] * 0.5 *
+            (sample(x, t + (m + 1) / 2) * sample(x, t - m / 2) + sample(x, t - (m + 1) / 2) * sample(x, t + m / 2));
         for (int64_t u = 1; u <= nu; ++u) {
             const int64_t a = (m + u) / 2, b = (m - u + 1) / 2;
             v += k.data[u * kcol + m] * (sample(x, t + a) * sample(x, t - b) + sample(x, t + b) * sample(x, t - a));

@@ -130,8 +130,7 @@ TEST_F(TransformTest, FourierTransformsEveryColumnAndLeavesRowsAlone) {
     const auto x = random_complex(nr * nc, 11);
     _dcomplex_mat in = make<_dcomplex>(nr, nc, x), out = make<_dcomplex>(nr, nc);
     ASSERT_EQ(message(sigcpx_transform_discrete_fourier(&in, 0, nullptr, &out)), "");
-    EXPECT_LT(max_error(values(out), by_lines(x, nr, nc, false, [](const Cpx& c) { return naive_dft(c, -1); })),
-              1e-13);
+    EXPECT_LT(max_error(values(out), by_lines(x, nr, nc, false, [](const Cpx& c) { return naive_dft(c, -1); })), 1e-13);
     // A 1 x N row comes back unchanged, in both directions.
     _dcomplex_mat row = make<_dcomplex>(1, 5, random_complex(5, 2)), rout = make<_dcomplex>(1, 5);
     for (int inverse : {0, 1}) {

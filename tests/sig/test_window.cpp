@@ -18,7 +18,9 @@ template <class F> Samples window(int32_t n, F&& fill, bool column = false) {
     EXPECT_EQ(message(fill(&w)), "");
     return values(w);
 }
-auto plain(const char* (*f)(void*, _double_mat*)) { return [f](_double_mat* w) { return f(nullptr, w); }; }
+auto plain(const char* (*f)(void*, _double_mat*)) {
+    return [f](_double_mat* w) { return f(nullptr, w); };
+}
 auto with(const char* (*f)(double, void*, _double_mat*), double p) {
     return [f, p](_double_mat* w) { return f(p, nullptr, w); };
 }
@@ -33,8 +35,8 @@ TEST_F(WindowTest, ShortWindowsMatchTheirFormulas) {
     expect_near(window(5, plain(sigdbl_window_born_jordan)), {1 / 3.0, 0.5, 1, 0.5, 1 / 3.0});
     expect_near(window(4, plain(sigdbl_window_born_jordan)), {0.5, 1, 1, 0.5});
     // Hanning and blackman: period N + 1 with n shifted, so no zero ends; one sample is 1.
-    expect_near(window(4, plain(sigdbl_window_hanning)), {0.3454915028125263, 0.9045084971874737,
-                                                          0.9045084971874737, 0.3454915028125263});
+    expect_near(window(4, plain(sigdbl_window_hanning)),
+                {0.3454915028125263, 0.9045084971874737, 0.9045084971874737, 0.3454915028125263});
     expect_near(window(3, plain(sigdbl_window_blackman)), {0.34, 1, 0.34});
     // Hamming and nuttall: period N - 1; nuttall's ends forced to exactly zero.
     expect_near(window(3, plain(sigdbl_window_hamming)), {0.08, 1, 0.08});
@@ -54,8 +56,8 @@ TEST_F(WindowTest, SingleSampleWindows) {
     for (auto f : {sigdbl_window_triangle, sigdbl_window_hanning, sigdbl_window_born_jordan})
         EXPECT_EQ(window(1, plain(f)), Samples{1.0});
     EXPECT_EQ(window(1, plain(sigdbl_window_nuttall)), Samples{0.0});
-    EXPECT_TRUE(std::isnan(window(1, plain(sigdbl_window_hamming))[0]));       // N - 1 = 0, not guarded
-    EXPECT_TRUE(std::isnan(window(1, with(sigdbl_window_kaiser, 1))[0]));      // the root of -3
+    EXPECT_TRUE(std::isnan(window(1, plain(sigdbl_window_hamming))[0]));   // N - 1 = 0, not guarded
+    EXPECT_TRUE(std::isnan(window(1, with(sigdbl_window_kaiser, 1))[0]));  // the root of -3
     EXPECT_EQ(window(1, with(sigdbl_window_chebyshev, 60)), Samples{1.0});
 }
 
@@ -121,9 +123,13 @@ TEST_F(WindowTest, BadResultsAndParametersGiveTheirMessages) {
     EXPECT_EQ(message(sigdbl_window_raised_cosine(0.5, nullptr, &square)), "array size mismatch");
     EXPECT_EQ(message(sigdbl_window_gaussian(0, nullptr, &square)), "array size mismatch");
     const double nan = std::nan(""), inf = HUGE_VAL;
-    for (auto [f, p] : {std::pair{&sigdbl_window_raised_cosine, -0.1}, {&sigdbl_window_gaussian, 0.0},
-                        {&sigdbl_window_gaussian, nan}, {&sigdbl_window_kaiser, -1.0}, {&sigdbl_window_chebyshev, -1.0},
-                        {&sigdbl_window_chebyshev, 7000.0}, {&sigdbl_window_chebyshev, inf}})
+    for (auto [f, p] : {std::pair{&sigdbl_window_raised_cosine, -0.1},
+                        {&sigdbl_window_gaussian, 0.0},
+                        {&sigdbl_window_gaussian, nan},
+                        {&sigdbl_window_kaiser, -1.0},
+                        {&sigdbl_window_chebyshev, -1.0},
+                        {&sigdbl_window_chebyshev, 7000.0},
+                        {&sigdbl_window_chebyshev, inf}})
         EXPECT_EQ(message(f(p, nullptr, &row)), "Illegal data value") << p;
 }
 

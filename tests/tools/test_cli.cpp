@@ -68,7 +68,8 @@ TEST_F(Cli, VersionHelpAndUsageErrors) {
     EXPECT_EQ(v.status, 0);
     EXPECT_TRUE(has(v.out, "mutils"));
     for (const char* args : {"--help", "convert --help"}) EXPECT_EQ(run(args).status, 0) << args;
-    for (const char* args : {"", "no-such-command", "window kaiser -n 0 -o w.txt"}) EXPECT_EQ(run(args).status, 2) << args;
+    for (const char* args : {"", "no-such-command", "window kaiser -n 0 -o w.txt"})
+        EXPECT_EQ(run(args).status, 2) << args;
     CliRun bogus = run("convert --bogus in.pgm -o out.pgm");
     EXPECT_EQ(bogus.status, 2);
     EXPECT_EQ(bogus.err.rfind("mutils convert: ", 0), 0u) << bogus.err;
@@ -180,8 +181,9 @@ TEST_F(Cli, UnknownAndMalformedFilesGiveOneCleanLine) {
     write("cut.jpg", read(MUTILS_CLI_DATA "/photo-rgb.jpg").substr(0, 300));
     CliRun r = run("info x.bin");
     EXPECT_EQ(r.status, 1);
-    EXPECT_EQ(r.err, "mutils info: x.bin: unrecognised image format (PNG, JPEG, PBM, PGM, PPM, TIFF or a matrix "
-                     "file expected)\n");
+    EXPECT_EQ(r.err,
+              "mutils info: x.bin: unrecognised image format (PNG, JPEG, PBM, PGM, PPM, TIFF or a matrix "
+              "file expected)\n");
     EXPECT_TRUE(has(run("chain x.bin --row 0 --col 0").err, "mutils chain: x.bin: unrecognised image format"));
     for (const char* bad : {"cut.png", "cut.jpg"}) {
         CliRun b = run(std::string("edges canny ") + bad + " -o e.png");
@@ -221,12 +223,11 @@ TEST_F(Cli, PngAndJpegFromElsewhereDecodeLikeNetpbm) {
 TEST_F(Cli, EveryImageSubcommandTakesPngAndJpeg) {
     for (const char* name : {"photo-rgb.png", "photo-grey16.png", "photo-rgb.jpg"}) {
         const std::string in = std::string(MUTILS_CLI_DATA "/") + name;
-        for (const std::string& args : {"info " + in, "stats " + in, "convert " + in + " -o c.png",
-                                        "edges canny " + in + " -o e.png", "morph open " + in + " -o m.png",
-                                        "morph erode --grey " + in + " -o g.png", "label " + in + " -o l.png",
-                                        "threshold auto " + in + " -o t.png", "distance " + in + " -o d.mat",
-                                        "hull " + in + " -o h.png", "chain " + in + " --row 7 --col 7",
-                                        "flow " + in + " " + in + " -o f.mat"}) {
+        for (const std::string& args :
+             {"info " + in, "stats " + in, "convert " + in + " -o c.png", "edges canny " + in + " -o e.png",
+              "morph open " + in + " -o m.png", "morph erode --grey " + in + " -o g.png", "label " + in + " -o l.png",
+              "threshold auto " + in + " -o t.png", "distance " + in + " -o d.mat", "hull " + in + " -o h.png",
+              "chain " + in + " --row 7 --col 7", "flow " + in + " " + in + " -o f.mat"}) {
             CliRun r = run(args);
             EXPECT_EQ(r.status, 0) << args << ": " << r.err;
         }
@@ -244,7 +245,8 @@ TEST_F(Cli, EveryImageSubcommandTakesPngAndJpeg) {
 TEST_F(Cli, BitmapsOfEveryWidthGoBothWaysWithNetpbm) {
     if (!have_tools({"pnmtoplainpnm"})) GTEST_SKIP() << "netpbm not installed";
     auto squeeze = [](std::string s) {  // plain PBM text without its white space
-        s.erase(std::remove_if(s.begin(), s.end(), [](char c) { return std::isspace(static_cast<unsigned char>(c)); }), s.end());
+        s.erase(std::remove_if(s.begin(), s.end(), [](char c) { return std::isspace(static_cast<unsigned char>(c)); }),
+                s.end());
         return s;
     };
     for (int w = 1; w <= 17; ++w) {

@@ -29,11 +29,15 @@ template <class T> _mat_set moving(int32_t count, int32_t n, double du, double d
     return s;
 }
 
-struct Result { std::string msg; int32_t iterations = -1; double change = -1; };
+struct Result {
+    std::string msg;
+    int32_t iterations = -1;
+    double change = -1;
+};
 Result flow(const _mat_set& s, int gradient, int32_t limit, double tol, double alpha, _univ_mat& u, _univ_mat& v) {
     Result r;
-    r.msg = message(vidset_optical_flow_horn_schunck(&s, static_cast<_vid_gradient_type>(gradient), limit, tol,
-                                                     alpha, nullptr, &u, &v, &r.iterations, &r.change));
+    r.msg = message(vidset_optical_flow_horn_schunck(&s, static_cast<_vid_gradient_type>(gradient), limit, tol, alpha,
+                                                     nullptr, &u, &v, &r.iterations, &r.change));
     return r;
 }
 
@@ -105,7 +109,7 @@ TEST_F(FlowTest, IterationCountAndChangeRules) {
     EXPECT_EQ(std::make_pair(c.iterations, c.change), std::make_pair(6, b.change));
     EXPECT_EQ(flow(s, 0, 100, b.change, 1.0, u, v).iterations, 6);
     EXPECT_EQ(message(vidset_optical_flow_horn_schunck(&s, VID_GRADIENT_TWO_FRAME, 3, 0.0, 1.0, nullptr, &u, &v,
-                                                        nullptr, nullptr)),
+                                                       nullptr, nullptr)),
               "");  // null result pointers are allowed
 }
 
@@ -149,7 +153,7 @@ TEST_F(FlowTest, RefusalsInOrder) {
     EXPECT_EQ(run(two, 9, 0, 1.0, small, uf), "Illegal data value");
     EXPECT_EQ(run(two, 9, 1, 1.0, u, small), "array size mismatch");  // sizes before types
     EXPECT_EQ(run(ragged, 0, 1, 1.0, u, v), "array size mismatch");
-    EXPECT_EQ(run(two, 1, 1, 1.0, u, uf), "array size mismatch");  // three frames needed
+    EXPECT_EQ(run(two, 1, 1, 1.0, u, uf), "array size mismatch");   // three frames needed
     EXPECT_EQ(run(four, 2, 1, 1.0, u, uf), "array size mismatch");  // five frames needed
     EXPECT_EQ(run(four, 9, 1, 1.0, u, uf), "Illegal data type");    // types before the gradient
     EXPECT_EQ(run(mixed, 0, 1, 1.0, u, v), "Illegal data type");
@@ -159,8 +163,10 @@ TEST_F(FlowTest, RefusalsInOrder) {
     cpx.mats[0] = make_univ<_dcomplex>(8, 8), cpx.mats[1] = cpx.mats[0];
     _univ_mat uc = make_univ<_dcomplex>(8, 8), vc = make_univ<_dcomplex>(8, 8);
     EXPECT_EQ(run(cpx, 0, 1, 1.0, uc, vc), "Illegal data type");
-    EXPECT_EQ(raised([&] { vidset_optical_flow_horn_schunck(&two, VID_GRADIENT_TWO_FRAME, 1, 0.0, 1.0, nullptr,
-                                                            nullptr, &v, nullptr, nullptr); }),
+    EXPECT_EQ(raised([&] {
+                  vidset_optical_flow_horn_schunck(&two, VID_GRADIENT_TWO_FRAME, 1, 0.0, 1.0, nullptr, nullptr, &v,
+                                                   nullptr, nullptr);
+              }),
               "null pointer");
 
     // Flat frames with a weight whose square underflows: alpha^2 + Ex^2 + Ey^2 = 0.

@@ -9,7 +9,9 @@ namespace mutils::test {
 namespace {
 
 const double kS = 1.0 / std::sqrt(2.0);
-struct Pair { std::vector<double> h, g; };
+struct Pair {
+    std::vector<double> h, g;
+};
 const Pair kHaar = {{kS, -kS}, {kS, kS}};
 // The 4-tap Daubechies pair: h[l] = (-1)^l g[L-1-l].
 const double kR3 = std::sqrt(3.0), kD = 4.0 * std::sqrt(2.0);
