@@ -24,9 +24,7 @@
 // threshold)`, u8, u16, double): the image is histogrammed into `bins` bins over [min, max]
 // (fewer than 1 bin means 100), a bin k is chosen by the criterion, the threshold is the upper
 // edge of bin k, min + (max - min)(k + 1) / bins, and is stored through `threshold`; the result
-// is 0 for pixels at or below it and 1 above it (NaN pixels: 0). 8-bit images of 2^20 pixels or
-// more are counted in slices on up to one thread per processor (at most 8, fewer with the
-// environment variable MUTILS_THREADS), joined before the call returns; the result is the same.
+// is 0 for pixels at or below it and 1 above it (NaN pixels: 0).
 // - between-class variance (criterion 1): the split maximising w(1 - w)(mu0 - mu1)^2 over the
 //   non-empty bins, ties keeping the earlier bin;
 // - minimum error (any other value): the split minimising
