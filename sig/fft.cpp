@@ -405,7 +405,7 @@ void FftPlan::plan_chirp() {
         if (k) m_ta[m - k] = h;
     }
     _dcomplex* res;
-    Poll none(nullptr);
+    Poll none(nullptr);  // part of building the plan: not interruptible, so the message is always null
     m_conv->run(m_ta, m_tb, 1, none, &res);
     m_filter = res;
     (res == m_ta ? m_ta : m_tb) = work_array<_dcomplex>(m);
