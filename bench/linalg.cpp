@@ -1,14 +1,12 @@
-// Matrix product and LU decomposition of 1024 x 1024 doubles against the single-threaded peers
-// (OpenBLAS dgemm, LAPACKE dgetrf) on the same inputs. Prints the time ratios at the end.
-#include <benchmark/benchmark.h>
+// Matrix product, LU decomposition, solution and inverse against the single-threaded peers
+// (OpenBLAS dgemm, LAPACKE dgetrf, dgesv, dgetrf + dgetri) on the same inputs.
 #include <mutils.h>
 
-#include <chrono>
-#include <cstdio>
-#include <map>
+#include <memory>
 #include <random>
-#include <string>
 #include <vector>
+
+#include "peer_ratio.h"
 
 #if defined(MUTILS_HAVE_OPENBLAS)
 #include <cblas.h>
@@ -19,105 +17,109 @@
 
 namespace {
 
-constexpr int N = 1024;
+using namespace mutils;
+using Vec = std::vector<double>;
 
-std::map<std::string, double> g_seconds;  // per-iteration time of each benchmark
-
-std::vector<double> random_matrix(unsigned seed) {
+std::shared_ptr<const Vec> random_matrix(int n, unsigned seed) {
     std::mt19937_64 gen(seed);
     std::uniform_real_distribution<double> dist(-1.0, 1.0);
-    std::vector<double> v(std::size_t(N) * N);
-    for (double& x : v) x = dist(gen);
+    auto v = std::make_shared<Vec>(std::size_t(n) * n);
+    for (double& x : *v) x = dist(gen);
     return v;
 }
 
-const std::vector<double>& input_a() {
-    static const std::vector<double> a = random_matrix(1);
-    return a;
-}
-const std::vector<double>& input_b() {
-    static const std::vector<double> b = random_matrix(2);
-    return b;
-}
-
-/// Runs body once per iteration and records the mean time under name.
-template <class F> void timed(benchmark::State& state, const char* name, double flops, F&& body) {
-    auto start = std::chrono::steady_clock::now();
-    for (auto _ : state) body();
-    double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    double per = seconds / double(state.iterations());
-    g_seconds[name] = per;
-    state.counters["GFLOPS"] = flops / per * 1e-9;
-}
-
-void BM_matdbl_multiply(benchmark::State& state) {
-    Hux::ArenaScope scope;
-    std::vector<double> a = input_a(), b = input_b(), p(std::size_t(N) * N);
-    mutils::_double_mat ma, mb, mp;
-    mutils::matdbl_wrap_data(&ma, a.data(), N, N);
-    mutils::matdbl_wrap_data(&mb, b.data(), N, N);
-    mutils::matdbl_wrap_data(&mp, p.data(), N, N);
-    timed(state, "multiply", 2.0 * N * N * N, [&] {
-        Hux::ArenaScope call;
-        benchmark::DoNotOptimize(mutils::matdbl_multiply(&ma, &mb, nullptr, &mp));
-    });
-}
-BENCHMARK(BM_matdbl_multiply)->Unit(benchmark::kMillisecond)->MinTime(2.0);
-
-void BM_matdbl_lu_decomposition(benchmark::State& state) {
-    Hux::ArenaScope scope;
-    std::vector<double> a = input_a(), lu(std::size_t(N) * N);
-    std::vector<int32_t> index(N);
-    mutils::_double_mat ma, mlu;
-    mutils::_sint32_mat mi;
-    mutils::matdbl_wrap_data(&ma, a.data(), N, N);
-    mutils::matdbl_wrap_data(&mlu, lu.data(), N, N);
-    mutils::mats32_wrap_data(&mi, index.data(), N, 1);
-    timed(state, "lu", 2.0 / 3.0 * N * N * N, [&] {
-        Hux::ArenaScope call;
-        benchmark::DoNotOptimize(mutils::matdbl_lu_decomposition(&ma, nullptr, &mi, &mlu));
-    });
-}
-BENCHMARK(BM_matdbl_lu_decomposition)->Unit(benchmark::kMillisecond)->MinTime(2.0);
-
-#if defined(MUTILS_HAVE_OPENBLAS)
-void BM_cblas_dgemm(benchmark::State& state) {
-    openblas_set_num_threads(1);
-    std::vector<double> a = input_a(), b = input_b(), p(std::size_t(N) * N);
-    timed(state, "dgemm", 2.0 * N * N * N, [&] {
-        cblas_dgemm(CblasRowMajor, CblasNoTrans, CblasNoTrans, N, N, N, 1.0, a.data(), N, b.data(), N, 0.0, p.data(),
-                    N);
-        benchmark::DoNotOptimize(p.data());
-    });
-}
-BENCHMARK(BM_cblas_dgemm)->Unit(benchmark::kMillisecond)->MinTime(2.0);
-#endif
-
+/// Registers ours (a call in its own arena) against the peer, or ours alone without the peers.
+template <class F, class G> void add(const char* label, const char* peer_name, double limit, F ours, G peer) {
+    auto run_ours = [=](benchmark::State& st) {
+        for (auto _ : st) {
+            Hux::ArenaScope scope;
+            if (ours()) st.SkipWithError("failed");
+        }
+    };
 #if defined(MUTILS_HAVE_LAPACKE) && defined(MUTILS_HAVE_OPENBLAS)
-void BM_lapacke_dgetrf(benchmark::State& state) {
-    openblas_set_num_threads(1);
-    std::vector<double> a = input_a(), lu(std::size_t(N) * N);
-    std::vector<lapack_int> ipiv(N);
-    timed(state, "dgetrf", 2.0 / 3.0 * N * N * N, [&] {
-        lu = a;
-        benchmark::DoNotOptimize(LAPACKE_dgetrf(LAPACK_ROW_MAJOR, N, N, lu.data(), N, ipiv.data()));
-    });
-}
-BENCHMARK(BM_lapacke_dgetrf)->Unit(benchmark::kMillisecond)->MinTime(2.0);
+    auto run_peer = [=](benchmark::State& st) {
+        openblas_set_num_threads(1);
+        for (auto _ : st) peer();
+    };
+    peer_ratio::add(label, peer_name, limit, run_ours, run_peer);
+#else
+    (void)peer_name, (void)limit, (void)peer;
+    benchmark::RegisterBenchmark(label, run_ours)->Unit(benchmark::kMillisecond)->UseRealTime();
 #endif
+}
 
-void ratio(const char* ours, const char* peer, const char* limit) {
-    if (g_seconds.count(ours) && g_seconds.count(peer))
-        std::printf("ratio %s / %s: %.2f (target at most %s)\n", ours, peer, g_seconds[ours] / g_seconds[peer], limit);
+void register_all() {
+    constexpr int N = 1024, M = 512;
+    auto a = random_matrix(N, 1), b = random_matrix(N, 2), s = random_matrix(M, 3);
+    auto out = std::make_shared<Vec>(std::size_t(N) * N), rhs = std::make_shared<Vec>(a->begin(), a->begin() + N);
+    auto x = std::make_shared<Vec>(N);
+    auto index = std::make_shared<std::vector<int32_t>>(N);
+    auto wrap = [](const Vec& v, int r, int c) { return _double_mat{r, c, r * c, const_cast<double*>(v.data())}; };
+#if defined(MUTILS_HAVE_LAPACKE) && defined(MUTILS_HAVE_OPENBLAS)
+    auto ipiv = std::make_shared<std::vector<lapack_int>>(N);
+    auto copy = std::make_shared<Vec>(std::size_t(N) * N), bcopy = std::make_shared<Vec>(N);
+#else
+    int ipiv = 0, copy = 0, bcopy = 0;
+#endif
+    add(
+        "product 1024^2", "openblas dgemm 1 thread", 1.25,
+        [=] {
+            _double_mat ma = wrap(*a, N, N), mb = wrap(*b, N, N), mp = wrap(*out, N, N);
+            return matdbl_multiply(&ma, &mb, nullptr, &mp);
+        },
+        [=] {
+#if defined(MUTILS_HAVE_LAPACKE) && defined(MUTILS_HAVE_OPENBLAS)
+            cblas_dgemm(CblasRowMajor, CblasNoTrans, CblasNoTrans, N, N, N, 1.0, a->data(), N, b->data(), N, 0.0,
+                        out->data(), N);
+#endif
+        });
+    add(
+        "lu 1024^2", "lapack dgetrf", 1.25,
+        [=] {
+            _double_mat ma = wrap(*a, N, N), mlu = wrap(*out, N, N);
+            _sint32_mat mi{N, 1, N, index->data()};
+            return matdbl_lu_decomposition(&ma, nullptr, &mi, &mlu);
+        },
+        [=] {
+#if defined(MUTILS_HAVE_LAPACKE) && defined(MUTILS_HAVE_OPENBLAS)
+            *copy = *a;
+            LAPACKE_dgetrf(LAPACK_ROW_MAJOR, N, N, copy->data(), N, ipiv->data());
+#endif
+        });
+    add(
+        "solve 1024^2", "lapack dgesv", 1.25,
+        [=] {
+            _double_mat ma = wrap(*a, N, N), mlu = wrap(*out, N, N), mb = wrap(*rhs, N, 1), mx = wrap(*x, N, 1);
+            _sint32_mat mi{N, 1, N, index->data()};
+            if (const char* err = matdbl_lu_decomposition(&ma, nullptr, &mi, &mlu)) return err;
+            return matdbl_lu_solve(&mlu, &mb, &mi, nullptr, &mx);
+        },
+        [=] {
+#if defined(MUTILS_HAVE_LAPACKE) && defined(MUTILS_HAVE_OPENBLAS)
+            *copy = *a;
+            *bcopy = *rhs;
+            LAPACKE_dgesv(LAPACK_ROW_MAJOR, N, 1, copy->data(), N, ipiv->data(), bcopy->data(), 1);
+#endif
+        });
+    add(
+        "inverse 512^2", "lapack dgetrf+dgetri", 1.5,
+        [=] {
+            _double_mat ms = wrap(*s, M, M), mr = wrap(*out, M, M);
+            return matdbl_inverse(&ms, nullptr, &mr);
+        },
+        [=] {
+#if defined(MUTILS_HAVE_LAPACKE) && defined(MUTILS_HAVE_OPENBLAS)
+            std::copy(s->begin(), s->end(), copy->begin());
+            LAPACKE_dgetrf(LAPACK_ROW_MAJOR, M, M, copy->data(), M, ipiv->data());
+            LAPACKE_dgetri(LAPACK_ROW_MAJOR, M, copy->data(), M, ipiv->data());
+#endif
+        });
+    (void)ipiv, (void)copy, (void)bcopy;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    ratio("multiply", "dgemm", "3");
-    ratio("lu", "dgetrf", "4");
-    return 0;
+    register_all();
+    return peer_ratio::main(argc, argv);
 }

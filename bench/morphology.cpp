@@ -1,7 +1,8 @@
-// Binary and grey-scale erosion of 2048 x 2048 u8 images against OpenCV's erode (one thread).
+// Binary and grey-scale erosion of 2048 x 2048 u8 (and double) images against OpenCV's erode (one thread).
 #include <mutils.h>
 
 #include <memory>
+#include <type_traits>
 #include <vector>
 
 #include "bench_images.h"
@@ -52,23 +53,31 @@ void add_binary(const char* label, int k, bool disk, double limit) {
 #endif
 }
 
-void add_grey(const char* label, int k, double limit) {
-    auto image = std::make_shared<std::vector<unsigned char>>(bench_images::noise(4));
+/// Flat k x k grey-scale erosion of the noise image (as u8, or converted to double).
+template <class T> void add_grey(const char* label, int k, double limit) {
+    const std::vector<unsigned char> noise = bench_images::noise(4);
+    auto image = std::make_shared<std::vector<T>>(noise.begin(), noise.end());
     auto ours = [=](benchmark::State& st) {
-        std::vector<unsigned char> out(image->size()), flat(std::size_t(k) * k, 0);
-        _uint8_mat a{kSide, kSide, kSide * kSide, image->data()}, s{k, k, k * k, flat.data()};
-        _uint8_mat r{kSide, kSide, kSide * kSide, out.data()};
+        std::vector<T> out(image->size()), flat(std::size_t(k) * k, T(0));
+        using Mat = std::conditional_t<sizeof(T) == 1, _uint8_mat, _double_mat>;
+        Mat a{kSide, kSide, kSide * kSide, image->data()}, s{k, k, k * k, flat.data()};
+        Mat r{kSide, kSide, kSide * kSide, out.data()};
         for (auto _ : st) {
             Hux::ArenaScope scope;
-            if (imgu8_grayscale_erode(&a, &s, k / 2, k / 2, MUTIL_BOUNDARY_CONTINUE, nullptr, &r))
-                st.SkipWithError("failed");
+            const char* err = nullptr;
+            if constexpr (sizeof(T) == 1)
+                err = imgu8_grayscale_erode(&a, &s, k / 2, k / 2, MUTIL_BOUNDARY_CONTINUE, nullptr, &r);
+            else
+                err = imgdbl_grayscale_erode(&a, &s, k / 2, k / 2, MUTIL_BOUNDARY_CONTINUE, nullptr, &r);
+            if (err) st.SkipWithError("failed");
         }
     };
 #ifdef MUTILS_HAVE_OPENCV
     auto peer = [=](benchmark::State& st) {
         cv::setNumThreads(1);
-        const cv::Mat src(kSide, kSide, CV_8U, image->data());
-        cv::Mat dst(kSide, kSide, CV_8U), ker = cv::Mat::ones(k, k, CV_8U);
+        const int type = sizeof(T) == 1 ? CV_8U : CV_64F;
+        const cv::Mat src(kSide, kSide, type, image->data());
+        cv::Mat dst(kSide, kSide, type), ker = cv::Mat::ones(k, k, CV_8U);
         for (auto _ : st) cv::erode(src, dst, ker, cv::Point(-1, -1), 1, cv::BORDER_REPLICATE);
     };
     peer_ratio::add(label, "opencv", limit, ours, peer);
@@ -82,6 +91,7 @@ void add_grey(const char* label, int k, double limit) {
 int main(int argc, char** argv) {
     add_binary("binary erode 2048^2 u8 5x5 square", 5, false, 2.0);
     add_binary("binary erode 2048^2 u8 disk r=5", 11, true, 3.0);
-    add_grey("grayscale erode 2048^2 u8 flat 5x5", 5, 3.0);
+    add_grey<unsigned char>("grayscale erode 2048^2 u8 flat 5x5", 5, 1.2);
+    add_grey<double>("grayscale erode 2048^2 double flat 5x5", 5, 1.2);
     return peer_ratio::main(argc, argv);
 }

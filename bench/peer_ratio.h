@@ -1,5 +1,7 @@
 // Benchmark support: runs the registered pairs (ours, peer) and prints, after Google Benchmark's own
-// table, one line per pair with the ratio of our time to the peer's (below 1: we are faster).
+// table, one line per pair with the ratio of our time to the peer's (below 1: we are faster), and
+// the same figures as tab-separated lines "RATIO<TAB>label<TAB>ours ms<TAB>peer<TAB>peer ms<TAB>ratio<TAB>limit"
+// that scripts/bench.sh collects into one table.
 #pragma once
 
 #include <benchmark/benchmark.h>
@@ -27,7 +29,7 @@ public:
 
 /// Pairs registered by name: "ours" and "peer" benchmark names and a label for the ratio line.
 struct Pair {
-    std::string label, ours, peer;
+    std::string label, ours, peer, peer_name;
     double limit;
 };
 inline std::vector<Pair>& pairs() {
@@ -41,7 +43,7 @@ void add(const std::string& label, const std::string& peer_name, double limit, F
     const std::string a = label + "/mutils", b = label + "/" + peer_name;
     benchmark::RegisterBenchmark(a.c_str(), ours)->Unit(benchmark::kMillisecond)->UseRealTime();
     benchmark::RegisterBenchmark(b.c_str(), peer)->Unit(benchmark::kMillisecond)->UseRealTime();
-    pairs().push_back({label, a, b, limit});
+    pairs().push_back({label, a, b, peer_name, limit});
 }
 
 /// The shortest wall time of `runs` calls of f, in seconds (for ratios printed outside the table).
@@ -65,6 +67,12 @@ inline int main(int argc, char** argv) {
         if (a == rep.times.end() || b == rep.times.end()) continue;
         std::printf("%-48s %10.2f %8.1f%s\n", p.label.c_str(), a->second / b->second, p.limit,
                     a->second / b->second > p.limit ? "  OVER" : "");
+    }
+    for (const Pair& p : pairs()) {
+        auto a = rep.times.find(p.ours), b = rep.times.find(p.peer);
+        if (a == rep.times.end() || b == rep.times.end()) continue;
+        std::printf("RATIO\t%s\t%.4g\t%s\t%.4g\t%.3f\t%.2f\n", p.label.c_str(), a->second, p.peer_name.c_str(),
+                    b->second, a->second / b->second, p.limit);
     }
     benchmark::Shutdown();
     return 0;

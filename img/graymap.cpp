@@ -7,7 +7,6 @@
 #include <cstring>
 
 #include "../cls/quantize.h"
-#include "../core/detail_parallel.h"
 #include "../mat/histogram.h"
 #include "../mat/sort.h"
 #include "../mat/stats.h"
@@ -142,17 +141,11 @@ void count_bytes(const unsigned char* p, int64_t n, uint32_t* counts) {
     for (int v = 0; v < 256; ++v) counts[v] += t[0][v] + t[1][v] + t[2][v] + t[3][v];
 }
 
-// Counts of every value of an 8- or 16-bit image. Counting bytes takes about twice as long as
-// summing them, so 8-bit images of 2^20 pixels or more are counted in slices of at least 2^19
-// pixels on several threads.
+// Counts of every value of an 8- or 16-bit image, on the calling thread.
 template <class T> void count_values(const T* p, int64_t n, uint32_t* counts) {
     std::memset(counts, 0, sizeof(uint32_t) << (8 * sizeof(T)));
     if constexpr (sizeof(T) == 1) {
-        uint32_t slices[8][256] = {};
-        const int parts = parallel_parts(n, int64_t(1) << 19);
-        parallel_slices(parts, n, [&](int k, int64_t b, int64_t e) { count_bytes(p + b, e - b, slices[k]); });
-        for (int k = 0; k < parts; ++k)
-            for (int v = 0; v < 256; ++v) counts[v] += slices[k][v];
+        count_bytes(p, n, counts);
     } else {
         for (int64_t i = 0; i < n; ++i) ++counts[p[i]];
     }

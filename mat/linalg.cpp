@@ -187,6 +187,53 @@ const char* lu_solve(const _double_mat* lu, const _double_mat* b, const _sint32_
 
 // ---- inverse --------------------------------------------------------------------------------
 
+/// The inverse from the factors of P A = L U, as A^-1 = U^-1 L^-1 P: Z = L^-1 (lower triangular,
+/// so rows below a block only need the columns up to that block), then X = U^-1 Z, then the row
+/// exchanges undone on the columns of X in reverse order. Triangular blocks of at most kSolveRows
+/// rows go row by row; larger ones are halved and joined by a product.
+struct FactorInverse {
+    const double* lu;
+    double* x;
+    int64_t n;
+    GemmWork<double> work;
+    Poll poll;
+
+    const double* f(int64_t i) const { return lu + i * n; }
+    double* row(int64_t i) const { return x + i * n; }
+
+    /// Rows [r0, r1) of Z, columns [0, r1), given Z's rows before r0 and L's rows in [r0, r1).
+    const char* lower(int64_t r0, int64_t r1) {
+        if (r1 - r0 <= kSolveRows) {
+            for (int64_t i = r0 + 1; i < r1; ++i)
+                for (int64_t k = r0; k < i; ++k) axpy_subtract(row(i), row(k), f(i)[k], k + 1);
+            return poll.add(double(r1 - r0) * double(r1 - r0) * double(r1));
+        }
+        const int64_t mid = r0 + (r1 - r0) / 2;
+        MUTILS_TRY(lower(r0, mid));
+        MUTILS_TRY(gemm(work, GemmMode::Subtract, r1 - mid, mid, mid - r0, f(mid) + r0, n, row(r0), n, row(mid), n,
+                        poll));
+        return lower(mid, r1);
+    }
+
+    /// Rows [r0, r1) of X = U^-1 Z, given X's rows from r1 on.
+    const char* upper(int64_t r0, int64_t r1) {
+        if (r1 - r0 <= kSolveRows) {
+            for (int64_t i = r1 - 1; i >= r0; --i) {
+                for (int64_t k = i + 1; k < r1; ++k) axpy_subtract(row(i), row(k), f(i)[k], n);
+                const double d = f(i)[i];
+                if (d == 0.0) return msg::illegal_data_value;
+                for (int64_t c = 0; c < n; ++c) row(i)[c] = row(i)[c] / d;
+            }
+            return poll.add(double(r1 - r0) * double(r1 - r0 + 1) * double(n));
+        }
+        const int64_t mid = r0 + (r1 - r0) / 2;
+        MUTILS_TRY(upper(mid, r1));
+        MUTILS_TRY(gemm(work, GemmMode::Subtract, mid - r0, n, r1 - mid, f(r0) + mid, n, row(mid), n, row(r0), n,
+                        poll));
+        return upper(r0, mid);
+    }
+};
+
 const char* inverse(const _double_mat* a, void* intrp, _double_mat* r) {
     validate(a);
     validate(r);
@@ -197,14 +244,15 @@ const char* inverse(const _double_mat* a, void* intrp, _double_mat* r) {
     _double_mat lu;
     mats32_malloc(&index, n, 1);
     matdbl_malloc(&lu, n, n);
-    double* column = work_array<double>(n);
     MUTILS_TRY(lu_decomposition(a, intrp, &index, &lu));
-    Poll poll(intrp);
-    for (int64_t k = 0; k < n; ++k) {
-        std::fill(column, column + n, 0.0);
-        column[k] = 1.0;
-        MUTILS_TRY(substitute(lu.data, n, index.data, column, poll));
-        for (int64_t i = 0; i < n; ++i) r->data[i * n + k] = column[i];
+    std::fill(r->data, r->data + int64_t(n) * n, 0.0);
+    for (int64_t i = 0; i < n; ++i) r->data[i * n + i] = 1.0;
+    FactorInverse inv{lu.data, r->data, n, GemmWork<double>::make(n, n), Poll(intrp)};
+    MUTILS_TRY(inv.lower(0, n));
+    MUTILS_TRY(inv.upper(0, n));
+    for (int64_t i = 0; i < n; ++i) {
+        double* ri = r->data + i * n;
+        for (int64_t j = n - 1; j >= 0; --j) std::swap(ri[j], ri[index.data[j]]);
     }
     return nullptr;
 }

@@ -51,6 +51,9 @@ template <class Item> int64_t nans_last(Item* a, int64_t n) {
 /// Quicksort over items [l, r] that skips the ranges holding none of the requested positions
 /// (a sorted list without repeats; all positions when null). Median of three, insertion below
 /// ten items, heap sort past the depth limit. Each entry polls the interrupt with one unit.
+/// When only some positions are wanted, a long range takes as pivot the element of a sample
+/// whose rank in the sample matches the middle wanted position's rank in the range: the split
+/// then lands next to that position, and the part kept is small.
 template <class Item> class PartialSort {
 public:
     PartialSort(Item* items, Poll& poll) : m_a(items), m_poll(poll) {}
@@ -77,7 +80,8 @@ private:
                 std::sort_heap(m_a + l, m_a + r + 1, less);
                 return true;
             }
-            const int64_t j = partition(l, r);
+            const int64_t j = (!m_all && r - l + 1 >= kSampled) ? sampled_partition(l, r, pl[(pr - pl) / 2])
+                                                                 : partition(l, r);
             const int64_t* split = m_all ? pl : std::lower_bound(pl, pr, j);
             const int64_t* above = (!m_all && split != pr && *split == j) ? split + 1 : split;
             // Recurse into the smaller side, loop on the larger: the stack stays logarithmic.
@@ -105,6 +109,9 @@ private:
         }
     }
 
+    /// Ranges at least this long take a sampled pivot when only some positions are wanted.
+    static constexpr int64_t kSampled = 1 << 14;
+
     /// Median of three to l + 1, then the two cursors; returns the pivot's final place.
     int64_t partition(int64_t l, int64_t r) {
         Item* a = m_a;
@@ -112,6 +119,34 @@ private:
         if (key_of(a[l]) > key_of(a[r])) std::swap(a[l], a[r]);
         if (key_of(a[l + 1]) > key_of(a[r])) std::swap(a[l + 1], a[r]);
         if (key_of(a[l]) > key_of(a[l + 1])) std::swap(a[l], a[l + 1]);
+        return split(l, r);
+    }
+
+    /// A sample of about sqrt(n) evenly spaced items gathered to the front of [l, r]; its item of
+    /// about the rank matching `target` goes to l + 1 as the pivot, with sample items below and above it
+    /// at l and r as the cursors' sentinels.
+    int64_t sampled_partition(int64_t l, int64_t r, int64_t target) {
+        Item* a = m_a;
+        const int64_t n = r - l + 1;
+        int64_t k = 64;
+        while (k * k < n) k *= 2;
+        const int64_t step = n / k;
+        for (int64_t i = 1; i < k; ++i) std::swap(a[l + i], a[l + i * step]);
+        // The estimate is moved about two standard deviations towards the middle, so the target
+        // falls on the side of the pivot nearer its end: the part kept is small, not the rest.
+        int64_t margin = 8;
+        while (margin * margin < k) margin *= 2;
+        int64_t rank = (target - l) * k / n + (2 * (target - l) < n ? margin : -margin);
+        rank = rank < 1 ? 1 : rank > k - 2 ? k - 2 : rank;
+        std::nth_element(a + l, a + l + rank, a + l + k, less);  // a[l] is now at most the pivot
+        std::swap(a[l + 1], a[l + rank]);
+        std::swap(a[r], a[l + rank + 1]);
+        return split(l, r);
+    }
+
+    /// The two cursors around the pivot at l + 1, with a[l] <= pivot <= a[r].
+    int64_t split(int64_t l, int64_t r) {
+        Item* a = m_a;
         const Item pivot = a[l + 1];
         const auto v = key_of(pivot);
         int64_t i = l + 1, j = r;
@@ -200,10 +235,61 @@ template <class T> const char* sort_values(const mat_t<T>* a, void* intrp, mat_t
     return partial_sort(r->data, r->nelem, nullptr, 0, poll) ? nullptr : msg::interrupted;
 }
 
+/// One or two adjacent order statistics of a long sequence without copying it: two values of a
+/// sample that bracket the positions' rank (with a margin of about two standard deviations), one
+/// pass that counts the items below the bracket and gathers those inside it, then a selection in
+/// what was gathered. Sets *done (and *ok, false when interrupted) only when the bracket held the
+/// positions; otherwise the caller selects in a full copy.
+template <class T>
+void bracketed_statistics(const T* x, int64_t n, const int64_t* pos, int64_t npos, Poll& poll, double* out, bool* done,
+                          bool* ok) {
+    *done = false;
+    int64_t k = 64;
+    while (k * k < n) k *= 2;
+    int64_t margin = 8;
+    while (margin * margin < k) margin *= 2;
+    T* sample = work_array<T>(k);
+    const int64_t step = n / k;
+    for (int64_t i = 0; i < k; ++i) sample[i] = x[i * step];
+    for (int64_t i = 0; i < k; ++i)
+        if (is_nan(sample[i])) return;
+    const int64_t centre = (pos[0] * k) / n;
+    const int64_t rlo = centre - margin < 0 ? 0 : centre - margin;
+    const int64_t rhi = centre + margin > k - 1 ? k - 1 : centre + margin;
+    std::nth_element(sample, sample + rlo, sample + k);
+    const T lo = sample[rlo];
+    std::nth_element(sample + rlo, sample + rhi, sample + k);
+    const T hi = sample[rhi];
+    const int64_t cap = 4 * (rhi - rlo + 1) * (n / k + 1) + 1024;
+    T* kept = work_array<T>(cap + 1);
+    int64_t below = 0, count = 0;
+    for (int64_t i = 0; i < n; ++i) {
+        const T v = x[i];
+        below += v < lo;
+        kept[count < cap ? count : cap] = v;
+        count += (v >= lo) & (v <= hi);
+    }
+    if (poll.add(2.0 * double(n))) {
+        *done = true;
+        *ok = false;
+        return;
+    }
+    if (count > cap || pos[0] < below || pos[npos - 1] >= below + count) return;
+    int64_t local[2] = {pos[0] - below, pos[npos - 1] - below};
+    *done = true;
+    *ok = partial_sort(kept, count, local, npos, poll);
+    for (int64_t j = 0; j < npos; ++j) out[j] = double(kept[local[j]]);
+}
+
 /// The sorted elements at the given positions (sorted, without repeats) of a copy of A, as
 /// doubles in `out` (indexed like the positions); false when interrupted.
 template <class T> bool order_statistics(const mat_t<T>* a, const int64_t* pos, int64_t npos, Poll& poll, double* out) {
     const int64_t n = a->nelem;
+    if (n >= (int64_t(1) << 16) && npos <= 2 && pos[npos - 1] - pos[0] <= 1) {
+        bool done = false, ok = true;
+        bracketed_statistics(a->data, n, pos, npos, poll, out, &done, &ok);
+        if (done) return ok;
+    }
     T* x = work_array<T>(n);
     std::memcpy(static_cast<void*>(x), a->data, std::size_t(n) * sizeof(T));
     if (!partial_sort(x, n, pos, npos, poll)) return false;

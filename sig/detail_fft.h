@@ -6,8 +6,12 @@
 //    is one self-sorting (Stockham) pass, so the mixed-radix digit reversal is done a digit at a
 //    time by the passes themselves and the result comes out in natural order;
 //  - radices 2, 3, 4 and 5 have dedicated butterflies; any other odd prime p runs a general
-//    butterfly that pairs the terms t and p - t (about p * p / 2 multiplications per point, so a
-//    large prime length is slow but exact);
+//    butterfly that pairs the terms t and p - t (about p * p / 2 multiplications per point, so it
+//    serves primes up to `kChirpPrime` only);
+//  - a length with a prime factor above `kChirpPrime` runs through the chirp-z identity
+//    jk = (j^2 + k^2 - (k - j)^2) / 2: the sequence times a chirp is convolved with the conjugate
+//    chirp by transforms of a 5-smooth length m >= 2n - 1 (exact, not an approximation by
+//    padding), so every length costs O(n log n);
 //  - a long single sequence (more than `kSplitMin` points with a non-trivial factor near its square
 //    root) is split n = n1 * n2 into short transforms of interleaved columns and rows with one
 //    twiddle multiplication in between, so every short transform works in cache; the final
@@ -47,13 +51,16 @@ public:
     static constexpr int64_t kSplitMin = 8192;
     /// Columns (rows) of the split transformed together.
     static constexpr int64_t kSplitBlock = 8;
+    /// Lengths with a prime factor above this go through the chirp-z convolution (measured: the
+    /// general butterfly and the convolution cost the same near primes of 90 to 130).
+    static constexpr int64_t kChirpPrime = 100;
 
     /// n >= 1; sign -1 forward (e^{-2 pi i nk/N}), +1 inverse (unscaled).
     FftPlan(int64_t n, int sign);
 
     int64_t size() const { return m_n; }
-    /// True when a single sequence is transformed through the two-level split.
-    bool splits() const { return m_n1 > 1; }
+    /// True when sequences go one at a time (the two-level split or the chirp-z convolution).
+    bool splits() const { return m_n1 > 1 || m_conv; }
 
     /// Transforms `count` interleaved sequences: element k of sequence b is data[k * count + b].
     /// `work` holds size() * count elements; *result is set to data or work, whichever holds the
@@ -78,6 +85,8 @@ private:
     const char* run_passes(const Passes& ps, _dcomplex* a, _dcomplex* b, int64_t count, Poll& poll,
                            _dcomplex** result) const;
     const char* run_split(_dcomplex* data, _dcomplex* work, Poll& poll, _dcomplex** result) const;
+    void plan_chirp();
+    const char* run_chirp(_dcomplex* data, int64_t count, Poll& poll) const;
 
     int64_t m_n;
     int m_sign;
@@ -87,6 +96,9 @@ private:
     UnitRoots m_twiddle;         // e^{sign 2 pi i k / n}
     _dcomplex* m_ta = nullptr;   // blocks of columns or rows in the split
     _dcomplex* m_tb = nullptr;
+    const FftPlan* m_conv = nullptr;      // chirp-z: the forward transform of the convolution length
+    _dcomplex* m_chirp = nullptr;         // chirp-z: e^{sign pi i k^2 / n} for k < n
+    _dcomplex* m_filter = nullptr;        // chirp-z: transform of the conjugate chirp, over m
 };
 
 /// The numeric power-of-two test of the Hartley and power-of-two cosine transforms:

@@ -7,6 +7,7 @@
 // self-sorting). Index q runs innermost over contiguous memory, so batches of columns vectorise.
 #include <cmath>
 #include <cstring>
+#include <new>
 #include <utility>
 
 #include "detail_fft.h"
@@ -224,6 +225,26 @@ int factor(int64_t n, int64_t* radices) {
     return k;
 }
 
+// The largest prime factor of n >= 1 (1 for n = 1).
+int64_t largest_prime(int64_t n) {
+    int64_t best = 1;
+    for (int64_t f = 2; f * f <= n; ++f)
+        while (n % f == 0) best = f, n /= f;
+    return n > 1 ? n : best;
+}
+
+// The least 2^a 3^b 5^c at or above n.
+int64_t smooth_at_least(int64_t n) {
+    int64_t best = int64_t(1) << 62;
+    for (int64_t p5 = 1; p5 < best; p5 *= 5)
+        for (int64_t p35 = p5; p35 < best; p35 *= 3) {
+            int64_t v = p35;
+            while (v < n) v *= 2;
+            if (v < best) best = v;
+        }
+    return best;
+}
+
 // The divisor of n nearest below sqrt(n) (1 when n is prime).
 int64_t split_factor(int64_t n) {
     int64_t best = 1;
@@ -283,6 +304,10 @@ FftPlan::Passes FftPlan::make_passes(int64_t n, int sign) {
 }
 
 FftPlan::FftPlan(int64_t n, int sign) : m_n(n), m_sign(sign < 0 ? -1 : 1) {
+    if (largest_prime(n) > kChirpPrime) {
+        plan_chirp();
+        return;
+    }
     if (n > kSplitMin) {
         const int64_t n1 = split_factor(n);
         if (n1 >= 16) {  // a usable split: both factors long enough to pay for the extra passes
@@ -350,7 +375,62 @@ const char* FftPlan::run_split(_dcomplex* data, _dcomplex* work, Poll& poll, _dc
     return poll.add(4.0 * double(m_n));
 }
 
+// Chirp-z: with c_k = e^{sign pi i k^2 / n}, X_k = c_k sum_j (x_j c_j) conj(c_{k-j}), a convolution
+// of length 2n - 1 done cyclically at length m. Only the forward transform of length m is kept:
+// the inverse is conj(forward(conj(Y))) and its 1/m is folded into the filter. k^2 is reduced
+// modulo 2n exactly, so the chirp's angles stay small and accurate for any n.
+void FftPlan::plan_chirp() {
+    const int64_t n = m_n, m = smooth_at_least(2 * n - 1);
+    m_conv = new (work_array<FftPlan>(1)) FftPlan(m, -1);
+    const UnitRoots roots(2 * n, m_sign * kTwoPi / double(2 * n));
+    m_chirp = work_array<_dcomplex>(n);
+    int64_t q = 0;  // k^2 mod 2n
+    for (int64_t k = 0; k < n; ++k) {
+        m_chirp[k] = roots[q];
+        q += 2 * k + 1;
+        while (q >= 2 * n) q -= 2 * n;
+    }
+    m_ta = work_array<_dcomplex>(m);
+    m_tb = work_array<_dcomplex>(m);
+    const double inv = 1.0 / double(m);
+    std::memset(static_cast<void*>(m_ta), 0, sizeof(_dcomplex) * m);
+    for (int64_t k = 0; k < n; ++k) {
+        const _dcomplex h{m_chirp[k].re * inv, -m_chirp[k].im * inv};
+        m_ta[k] = h;
+        if (k) m_ta[m - k] = h;
+    }
+    _dcomplex* res;
+    Poll none(nullptr);  // part of building the plan: not interruptible, so the message is always null
+    m_conv->run(m_ta, m_tb, 1, none, &res);
+    m_filter = res;
+    (res == m_ta ? m_ta : m_tb) = work_array<_dcomplex>(m);
+}
+
+// Transforms the `count` interleaved sequences of `data` in place, one at a time.
+const char* FftPlan::run_chirp(_dcomplex* data, int64_t count, Poll& poll) const {
+    const int64_t n = m_n, m = m_conv->size();
+    for (int64_t b = 0; b < count; ++b) {
+        for (int64_t j = 0; j < n; ++j) m_ta[j] = cmul(data[j * count + b], m_chirp[j]);
+        std::memset(static_cast<void*>(m_ta + n), 0, sizeof(_dcomplex) * (m - n));
+        _dcomplex* a;
+        MUTILS_TRY(m_conv->run(m_ta, m_tb, 1, poll, &a));
+        for (int64_t k = 0; k < m; ++k) {
+            const _dcomplex y = cmul(a[k], m_filter[k]);
+            a[k] = {y.re, -y.im};
+        }
+        _dcomplex* z;
+        MUTILS_TRY(m_conv->run(a, a == m_ta ? m_tb : m_ta, 1, poll, &z));
+        for (int64_t k = 0; k < n; ++k) data[k * count + b] = cmul({z[k].re, -z[k].im}, m_chirp[k]);
+        MUTILS_TRY(poll.add(16.0 * double(m)));
+    }
+    return nullptr;
+}
+
 const char* FftPlan::run(_dcomplex* data, _dcomplex* work, int64_t count, Poll& poll, _dcomplex** result) const {
+    if (m_conv) {
+        *result = data;
+        return run_chirp(data, count, poll);
+    }
     if (splits() && count == 1) return run_split(data, work, poll, result);
     if (splits()) {
         // Several interleaved long sequences: one at a time through the split.

@@ -56,7 +56,7 @@ TEST(Threads, EachThreadStartsWithItsOwnDefaultArena) {
     EXPECT_NE(theirs, mine);
 }
 
-/// Threshold of a large 8-bit image, whose pixels the library counts on threads of its own.
+/// Threshold of a large 8-bit image, counted on the calling thread in that thread's arena.
 double large_threshold(uint32_t seed) {
     Hux::ArenaScope scope;
     auto a = make<unsigned char>(1100, 1000), r = make<unsigned char>(1100, 1000);
@@ -69,7 +69,7 @@ double large_threshold(uint32_t seed) {
     return t;
 }
 
-TEST(Threads, CallsThatStartThreadsOfTheirOwnRunSideBySide) { side_by_side(large_threshold, 1); }
+TEST(Threads, LargeThresholdsRunSideBySide) { side_by_side(large_threshold, 1); }
 
 }  // namespace
 }  // namespace mutils::test

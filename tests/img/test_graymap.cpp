@@ -131,8 +131,7 @@ TEST_F(ThresholdTest, DoubleImagesSplitAtTheUpperEdgeOfTheChosenBin) {
 }
 
 TEST_F(ThresholdTest, LargeImagesGiveTheSameSplitInEightAndSixteenBits) {
-    // Large 8-bit images are counted another way than small ones and than 16-bit images: in
-    // slices, on several threads where there are several processors.
+    // 8-bit images are counted through interleaved byte tables, 16-bit ones value by value.
     const int side = 1030;
     std::mt19937 gen(23);
     std::normal_distribution<double> dark(60, 20), light(190, 15);

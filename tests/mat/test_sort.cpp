@@ -187,6 +187,31 @@ TEST_F(SortTest, MedianMatchesNthElementForEveryType) {
     }
 }
 
+TEST_F(SortTest, LongInputsPlaceRequestedPositionsWhateverTheirOrder) {
+    // Long enough for sampled pivots: random, few distinct values, ascending, descending, constant,
+    // with positions at both ends, adjacent ones and one in the middle.
+    std::mt19937 rng(5);
+    const int32_t n = 100003;
+    for (int shape = 0; shape < 5; ++shape) {
+        SCOPED_TRACE(shape);
+        auto a = make<double>(1, n);
+        for (int32_t i = 0; i < n; ++i)
+            a.data[i] = shape == 0 ? std::uniform_real_distribution<>(-1, 1)(rng)
+                        : shape == 1 ? double(rng() % 7)
+                        : shape == 2 ? double(i)
+                        : shape == 3 ? double(n - i) : 3.0;
+        std::vector<double> sorted = values(a);
+        std::sort(sorted.begin(), sorted.end());
+        auto p = make<int32_t>(5, 1, {0, n / 2 - 1, n / 2, 77777, n - 1}), index = make<int32_t>(1, n);
+        ASSERT_EQ(message(matdbl_sort_index_partial(&a, &p, nullptr, &index)), "");
+        for (int32_t k : {0, n / 2 - 1, n / 2, 77777, n - 1}) EXPECT_EQ(a.data[index.data[k]], sorted[k]) << k;
+        double m = 0;
+        auto ua = univ(a);
+        ASSERT_EQ(message(matuniv_median(&ua, nullptr, &m)), "");
+        EXPECT_EQ(m, sorted[n / 2]);
+    }
+}
+
 TEST_F(SortTest, QuantilesInterpolateBetweenOrderStatistics) {
     // Random data against a full sort, with both ends; q = 0.5 is the median.
     std::mt19937 rng(8);
