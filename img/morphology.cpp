@@ -506,7 +506,7 @@ const char* thin_univ(const _univ_mat* image, const _univ_scalar& fg, const _uni
         validate(as<T>(image));
         validate(as<T>(result));
         MUTILS_TRY(require_same_size(image, result));
-        T f, b;
+        T f{}, b{};
         if (!scalar_as(fg, &f) || !scalar_as(bg, &b)) return msg::illegal_data_type;
         if (f == b) return msg::illegal_data_value;
         return thin<T>(as<T>(image), f, b, tables, intrp, as<T>(result));

@@ -228,7 +228,7 @@ const char* matuniv_threshold(const _univ_mat* a, double lo, double hi, _univ_sc
                               void* i, _univ_mat* r) {
     return univ_call(histogram_types{}, with(a, r), [&](auto t, auto* ta, auto* tr) {
         using T = MUTILS_T(t);
-        T out, in;
+        T out{}, in{};
         MUTILS_TRY(read_scalar<T>(outside, &out));
         MUTILS_TRY(read_scalar<T>(inside, &in));
         return threshold<T>(ta, lo, hi, out, in, i, tr);

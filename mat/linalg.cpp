@@ -210,8 +210,8 @@ struct FactorInverse {
         }
         const int64_t mid = r0 + (r1 - r0) / 2;
         MUTILS_TRY(lower(r0, mid));
-        MUTILS_TRY(gemm(work, GemmMode::Subtract, r1 - mid, mid, mid - r0, f(mid) + r0, n, row(r0), n, row(mid), n,
-                        poll));
+        MUTILS_TRY(
+            gemm(work, GemmMode::Subtract, r1 - mid, mid, mid - r0, f(mid) + r0, n, row(r0), n, row(mid), n, poll));
         return lower(mid, r1);
     }
 
@@ -228,8 +228,8 @@ struct FactorInverse {
         }
         const int64_t mid = r0 + (r1 - r0) / 2;
         MUTILS_TRY(upper(mid, r1));
-        MUTILS_TRY(gemm(work, GemmMode::Subtract, mid - r0, n, r1 - mid, f(r0) + mid, n, row(mid), n, row(r0), n,
-                        poll));
+        MUTILS_TRY(
+            gemm(work, GemmMode::Subtract, mid - r0, n, r1 - mid, f(r0) + mid, n, row(mid), n, row(r0), n, poll));
         return upper(r0, mid);
     }
 };

@@ -80,8 +80,8 @@ private:
                 std::sort_heap(m_a + l, m_a + r + 1, less);
                 return true;
             }
-            const int64_t j = (!m_all && r - l + 1 >= kSampled) ? sampled_partition(l, r, pl[(pr - pl) / 2])
-                                                                 : partition(l, r);
+            const int64_t j =
+                (!m_all && r - l + 1 >= kSampled) ? sampled_partition(l, r, pl[(pr - pl) / 2]) : partition(l, r);
             const int64_t* split = m_all ? pl : std::lower_bound(pl, pr, j);
             const int64_t* above = (!m_all && split != pr && *split == j) ? split + 1 : split;
             // Recurse into the smaller side, loop on the larger: the stack stays logarithmic.
@@ -240,9 +240,8 @@ template <class T> const char* sort_values(const mat_t<T>* a, void* intrp, mat_t
 /// pass that counts the items below the bracket and gathers those inside it, then a selection in
 /// what was gathered. Sets *done (and *ok, false when interrupted) only when the bracket held the
 /// positions; otherwise the caller selects in a full copy.
-template <class T>
-void bracketed_statistics(const T* x, int64_t n, const int64_t* pos, int64_t npos, Poll& poll, double* out, bool* done,
-                          bool* ok) {
+template <class T> void bracketed_statistics(const T* x, int64_t n, const int64_t* pos, int64_t npos, Poll& poll,
+                                             double* out, bool* done, bool* ok) {
     *done = false;
     int64_t k = 64;
     while (k * k < n) k *= 2;

@@ -361,7 +361,7 @@ const char* matuniv_max(const _univ_mat* a, const _univ_mat* b, void* i, _univ_m
 const char* matuniv_range(const _univ_mat* a, void* i, _univ_scalar* min, _univ_scalar* max) {
     return univ_call(real_types{}, with(a, min, max), [&](auto t, auto* ta, auto*, auto*) {
         using T = MUTILS_T(t);
-        T lo, hi;
+        T lo{}, hi{};
         MUTILS_TRY(range<T>(ta, i, &lo, &hi));
         *min = make_scalar<T>(lo);
         *max = make_scalar<T>(hi);
@@ -374,7 +374,7 @@ const char* matuniv_range_robust(const _univ_mat* a, double lower, double upper,
     return univ_call(real_types{}, with(a, min, max), [&](auto t, auto* ta, auto*, auto*) {
         using T = MUTILS_T(t);
         validate(ta);
-        T l, u, lo, hi;
+        T l{}, u{}, lo{}, hi{};
         if (!(lower <= upper) || !narrow_bounds<T>(lower, upper, &l, &u)) return msg::illegal_data_value;
         MUTILS_TRY(range_robust<T>(ta, l, u, i, &lo, &hi));
         *min = make_scalar<T>(lo);

@@ -208,7 +208,7 @@ const char* matuniv_transpose(const _univ_mat* a, void* i, _univ_mat* r) {
 const char* matuniv_translate(const _univ_mat* a, int32_t dr, int32_t dc, _univ_scalar fill, void* i, _univ_mat* r) {
     return univ_call(real_types{}, with(a, r), [&](auto t, auto* ta, auto* tr) {
         using T = MUTILS_T(t);
-        T value;
+        T value{};
         MUTILS_TRY(read_scalar<T>(fill, &value));
         return translate<T>(ta, dr, dc, value, i, tr);
     });

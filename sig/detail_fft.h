@@ -96,9 +96,9 @@ private:
     UnitRoots m_twiddle;         // e^{sign 2 pi i k / n}
     _dcomplex* m_ta = nullptr;   // blocks of columns or rows in the split
     _dcomplex* m_tb = nullptr;
-    const FftPlan* m_conv = nullptr;      // chirp-z: the forward transform of the convolution length
-    _dcomplex* m_chirp = nullptr;         // chirp-z: e^{sign pi i k^2 / n} for k < n
-    _dcomplex* m_filter = nullptr;        // chirp-z: transform of the conjugate chirp, over m
+    const FftPlan* m_conv = nullptr;  // chirp-z: the forward transform of the convolution length
+    _dcomplex* m_chirp = nullptr;     // chirp-z: e^{sign pi i k^2 / n} for k < n
+    _dcomplex* m_filter = nullptr;    // chirp-z: transform of the conjugate chirp, over m
 };
 
 /// The numeric power-of-two test of the Hartley and power-of-two cosine transforms:

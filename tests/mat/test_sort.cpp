@@ -196,10 +196,11 @@ TEST_F(SortTest, LongInputsPlaceRequestedPositionsWhateverTheirOrder) {
         SCOPED_TRACE(shape);
         auto a = make<double>(1, n);
         for (int32_t i = 0; i < n; ++i)
-            a.data[i] = shape == 0 ? std::uniform_real_distribution<>(-1, 1)(rng)
+            a.data[i] = shape == 0   ? std::uniform_real_distribution<>(-1, 1)(rng)
                         : shape == 1 ? double(rng() % 7)
                         : shape == 2 ? double(i)
-                        : shape == 3 ? double(n - i) : 3.0;
+                        : shape == 3 ? double(n - i)
+                                     : 3.0;
         std::vector<double> sorted = values(a);
         std::sort(sorted.begin(), sorted.end());
         auto p = make<int32_t>(5, 1, {0, n / 2 - 1, n / 2, 77777, n - 1}), index = make<int32_t>(1, n);
