@@ -15,13 +15,18 @@ constexpr double kPi = 3.14159265358979323846;
 inline double& at(_double_mat* r, int64_t m, int64_t j) { return r->data[m * r->ncol + j]; }
 
 /// The start every distribution shares: validate x and R, require a vector signal and a
-/// positive step, and clear R.
-const char* common_start(const _double_mat* x, int32_t step, _double_mat* r) {
+/// positive step, and clear R row by row, polling the interrupt (a large R takes seconds to
+/// clear, mostly in page faults, before the first lag is computed).
+const char* common_start(const _double_mat* x, int32_t step, void* intrp, _double_mat* r) {
     validate(x);
     validate(r);
     if (!is_vector(x->nrow, x->ncol)) return msg::array_size_mismatch;
     if (step < 1) return msg::illegal_data_value;
-    std::fill(r->data, r->data + r->nelem, 0.0);
+    Poll poll(intrp);
+    for (int64_t m = 0; m < r->nrow; ++m) {
+        std::fill(&at(r, m, 0), &at(r, m, 0) + r->ncol, 0.0);
+        MUTILS_TRY(poll.add(double(r->ncol)));
+    }
     return nullptr;
 }
 
@@ -41,7 +46,7 @@ inline double lag_product(const double* s, int64_t t, int64_t m) {
 }
 
 const char* wigner(const _double_mat* x, int32_t step, void* intrp, _double_mat* r) {
-    MUTILS_TRY(common_start(x, step, r));
+    MUTILS_TRY(common_start(x, step, intrp, r));
     const int64_t len = x->nelem, nrow = r->nrow, ncol = r->ncol;
     const int64_t half = nrow / 2;
     if (half > len) return nullptr;
@@ -67,7 +72,7 @@ const char* wigner(const _double_mat* x, int32_t step, void* intrp, _double_mat*
 }
 
 const char* margeneau_hill(const _double_mat* x, int32_t step, void* intrp, _double_mat* r) {
-    MUTILS_TRY(common_start(x, step, r));
+    MUTILS_TRY(common_start(x, step, intrp, r));
     const int64_t len = x->nelem, nrow = r->nrow, ncol = r->ncol;
     if (nrow >= len) return nullptr;
     const double* s = zero_padded(x, nrow);  // early lags may reach past the end
@@ -86,7 +91,7 @@ const char* margeneau_hill(const _double_mat* x, int32_t step, void* intrp, _dou
 /// acc[m] = sum over s = max(0, t - m) ... t of x[s] x[s + m], kept up to date from one time
 /// to the next by adding the newest product and dropping the one that left the cone.
 const char* cone(const _double_mat* x, int32_t step, void* intrp, _double_mat* r) {
-    MUTILS_TRY(common_start(x, step, r));
+    MUTILS_TRY(common_start(x, step, intrp, r));
     const int64_t len = x->nelem, nrow = r->nrow, ncol = r->ncol;
     if (nrow >= len) return nullptr;
     const double* s = x->data;
@@ -181,7 +186,7 @@ const char* kernel_choi_williams(int32_t nlag, int32_t nmax, double sigma, void*
 }
 
 const char* choi_williams(const _double_mat* x, double sigma, int32_t step, void* intrp, _double_mat* r) {
-    MUTILS_TRY(common_start(x, step, r));
+    MUTILS_TRY(common_start(x, step, intrp, r));
     if (!(sigma > 0.0)) return msg::illegal_data_value;
     _double_mat k;
     MUTILS_TRY(kernel_choi_williams(r->nrow, x->nelem, sigma, intrp, &k));
