@@ -182,15 +182,25 @@ double to_double(py::handle h) {
     return v;
 }
 
-long long to_integer(py::handle h, long long lo, long long hi) {
+namespace {
+/// An integer-like Python value as a long long ("Illegal data type" when it is not one);
+/// `overflow` is set when it does not fit.
+long long index_value(py::handle h, int& overflow) {
     PyObject* i = PyNumber_Index(h.ptr());
     if (!i) {
         PyErr_Clear();
         raise_message(msg::illegal_data_type);
     }
-    int overflow = 0;
+    overflow = 0;
     const long long v = PyLong_AsLongLongAndOverflow(i, &overflow);
     Py_DECREF(i);
+    return v;
+}
+}  // namespace
+
+long long to_integer(py::handle h, long long lo, long long hi) {
+    int overflow = 0;
+    const long long v = index_value(h, overflow);
     if (overflow || v < lo || v > hi) raise_message(msg::illegal_data_value);
     return v;
 }
@@ -251,14 +261,8 @@ _univ_scalar scalar_from(py::handle h, int type) {
         return make_scalar(MUTIL_DCOMPLEX, 0, c.real(), c.imag(), false);
     }
     if (PyLong_Check(h.ptr()) || (PyIndex_Check(h.ptr()) && !PyFloat_Check(h.ptr()))) {
-        PyObject* i = PyNumber_Index(h.ptr());
-        if (!i) {
-            PyErr_Clear();
-            raise_message(msg::illegal_data_type);
-        }
         int overflow = 0;
-        const long long v = PyLong_AsLongLongAndOverflow(i, &overflow);
-        Py_DECREF(i);
+        const long long v = index_value(h, overflow);
         if (overflow) return make_scalar(MUTIL_DOUBLE, 0, to_double(h), 0, false);
         if (fits(type, v)) return make_scalar(type, v, 0, 0, true);
         if (fits(MUTIL_SINT32, v)) return make_scalar(MUTIL_SINT32, v, 0, 0, true);
