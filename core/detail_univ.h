@@ -17,7 +17,7 @@
 // Validation of sizes and data stays in the typed templates, which the typed members share.
 //
 // Members whose operands are brought to the result's element type first (the element-wise
-// families) use `univ_apply` in mat/detail_mat.h, which is built on the same checks.
+// families) use `univ_apply` below, which is built on the same checks.
 #pragma once
 
 #include <cstddef>
