@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <cstring>
 
 #include "../cls/detail_codeword.h"
@@ -215,6 +216,11 @@ void from_rgb(int32_t space, double& a, double& b, double& c) {
     const double R = a, G = b, B = c;
     switch (space) {
         case IMG_COLOR_HSV: {
+            // The maximum and minimum cannot order a NaN: a pixel holding one is NaN throughout.
+            if (std::isnan(R + G + B)) {
+                a = b = c = R + G + B;
+                return;
+            }
             const double v = std::max({R, G, B}), delta = v - std::min({R, G, B});
             double h = 0;
             if (delta > 0) {
@@ -261,8 +267,13 @@ void to_rgb(int32_t space, double& a, double& b, double& c) {
     switch (space) {
         case IMG_COLOR_HSV: {
             const double h6 = a * 6, s = b, v = c, hi = std::floor(h6), f = h6 - hi;
+            if (!std::isfinite(h6 + s + v)) {  // no sector for a NaN or infinite hue
+                a = b = c = std::numeric_limits<double>::quiet_NaN();
+                return;
+            }
             const double p = v * (1 - s), q = v * (1 - f * s), t = v * (1 - (1 - f) * s);
-            switch (((int64_t(hi) % 6) + 6) % 6) {
+            const double sector = std::fmod(hi, 6.0);  // hues of any size, without an integer overflow
+            switch (int(sector < 0 ? sector + 6 : sector)) {
                 case 0: a = v, b = t, c = p; return;
                 case 1: a = q, b = v, c = p; return;
                 case 2: a = p, b = v, c = t; return;

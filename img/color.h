@@ -2,6 +2,12 @@
 /// Colour images and palettes. A colour image is a set of three planes R, G, B of one size and one
 /// element type; integer planes are u8 or u16 and run from 0 to 255 or 65535, floating planes
 /// from 0 to 1.
+///
+/// NaN and infinities in floating planes: grey levels and the conversions propagate them as their
+/// formulas' arithmetic does, component by component; the HSV conversions, which compare or
+/// take sectors, give NaN in all three components of a pixel holding a NaN (from RGB) or a NaN
+/// or an infinity (from HSV). Integer results store NaN as 0. A pixel or palette row holding a
+/// NaN is nearer to nothing, so such a pixel takes palette row 0.
 #pragma once
 
 #include "../core/errors.h"

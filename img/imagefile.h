@@ -6,6 +6,8 @@
 /// Bilevel polarity: in a file a bit or digit 1 is a dark pixel. Writing, a pixel at or below
 /// the threshold is written as 1 and a pixel above it as 0; reading, a 0 becomes the caller's
 /// value (255 for PBM files) and a 1 becomes 0.
+/// A NaN pixel of a double image counts as at or below the threshold (a dark bit 1), as
+/// `imguniv_map_window_level` maps it to 0; the readers make integer images, which hold no NaN.
 ///
 /// Packed bits: eight pixels per byte, the first pixel in the most significant bit, the whole
 /// image taken as one run of rows x columns pixels in row order; only the last byte is padded

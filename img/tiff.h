@@ -7,6 +7,8 @@
 /// Writing (`imguniv_write_tiff(path, image, intrp_ptr)`): one uncompressed directory of one
 /// sample per pixel, min-is-black, contiguous, a single strip. Element types: u8 (8 bits), u16
 /// (16 bits), u32 (32 bits); any other type is "Illegal data type" and leaves no file behind.
+/// Floating images are refused, so no NaN or infinity reaches a file; the readers make integer
+/// images.
 ///
 /// `imgset_write_tiff(path, set, intrp_ptr)` writes the matrices of a set as the samples of one
 /// directory, each sample in its own plane (planar configuration 2): three matrices make an RGB

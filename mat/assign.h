@@ -4,6 +4,7 @@
 /// `mat<t>_assign` validates A and R (raising "null pointer" / "array size mismatch"), returns
 /// "array size mismatch" unless R has A's rows and columns, and copies (R may overlap A).
 /// `mat<t>_assign_scalar` validates R and fills it; it exists for the complex type too.
+/// Copies keep every value's bits, NaN, infinities and signed zeros included.
 ///
 /// Universal members keep R's element type: `matuniv_assign` brings A to it as `matuniv_add`
 /// does (integers convert to anything, floating values only to float, double or complex, with

@@ -1,6 +1,7 @@
 /// @file
 /// Fixed-length bit codes: integer values packed into a byte stream with `nbits` bits each, and
 /// unpacked again.
+/// The values are integers (floating matrices are refused), so NaN does not arise.
 ///
 /// `matuniv_bit_compact_fixed_length_code(A, nbits, ncodes, expand, intrp, R)`:
 ///   expand == 0, compaction: the first `ncodes` elements of the integer matrix A (all of them

@@ -1,6 +1,7 @@
 /// @file
 /// Bitwise operations on unsigned matrices (u8, u16, u32): and, or, xor of two matrices or of a
 /// matrix and a scalar, complement, and shifts.
+/// They take integer matrices only: floating operands are refused, so NaN does not arise.
 ///
 /// Typed members validate their matrices (raising "null pointer" / "array size mismatch") and
 /// return "array size mismatch" unless all have the same rows and columns; R may be an operand.

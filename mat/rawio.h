@@ -2,6 +2,7 @@
 /// Matrices as raw element bytes on caller-opened streams: nelem x element size bytes in storage
 /// order (row-major), with no header, sizes or type mark; the reader must know the matrix's size
 /// and type and pass a matrix allocated to match.
+/// NaN and infinities are written and read as their bytes, unchanged (a NaN's payload included).
 ///
 /// The `unsigned char` flag selects the byte order of the file: 0 the processor's own, non-zero
 /// each element's bytes reversed (so a little-endian machine reads and writes big-endian files

@@ -4,6 +4,8 @@
 /// Typed members take the scalar in the element type; they validate A and R (raising "null
 /// pointer" / "array size mismatch"), return "array size mismatch" unless R has A's rows and
 /// columns, and make one pass (R may be A). Integer members wrap around (u8: 250 + 10 = 4).
+/// NaN and infinities in floating A or s propagate as IEEE arithmetic does (infinity times 0 is
+/// NaN); for an integer R the scalar rule below decides what a NaN or infinite scalar gives.
 ///
 /// Universal members compute in R's element type and check, in this order:
 ///

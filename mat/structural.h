@@ -1,5 +1,6 @@
 /// @file
 /// Structural operations: moving elements between positions without changing their values.
+/// Elements keep their bits, so NaN and infinities move like any other value.
 ///
 /// Every operation has typed members (double, float, u8, u16, u32, s16, s32 and, where listed,
 /// double complex) and a `matuniv_` member. The universal member returns "null pointer" when an

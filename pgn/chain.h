@@ -31,6 +31,8 @@
 /// u8, u16, u32 and s32 (same bits) and double images to them and answers any other type with
 /// "Illegal data type", a null image with "null pointer"). The region is the 8-connected set of
 /// pixels equal (exactly, by ==) to the seed pixel.
+/// A NaN equals nothing, not even itself: a NaN seed's region is the seed pixel alone (an empty
+/// chain), and NaN pixels never join another region.
 ///  1. Null chain: "null pointer"; the image is validated (raising); a seed outside the image:
 ///     "Illegal data value".
 ///  2. The start is the leftmost pixel of the seed's run of equal pixels along its row.

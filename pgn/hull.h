@@ -1,5 +1,6 @@
 /// @file
 /// Convex hull of a set of integer points.
+/// The points are integers, so NaN does not arise; orientation tests are exact (128-bit products).
 ///
 /// `pgns32_convex_hull(points, intrp_ptr, hull)`: `points` is an n x 2 `_sint32_mat` of (row,
 /// column) pairs in any order. The call allocates `hull` (like a reader allocates its result) as

@@ -1,6 +1,7 @@
 /// @file
 /// Resampling of a matrix by integer factors: down-sampling keeps every f-th sample, up-sampling
 /// puts f - 1 zeros after every sample.
+/// Samples are copied as they are, NaN and infinities included.
 ///
 /// Arguments: data, rfactor, cfactor, row mode, column mode, intrp_ptr, result. The result record is
 /// allocated here (the caller passes an unallocated record) with the data's element type. Each
