@@ -58,8 +58,8 @@ inline double norm2(const double* v, int64_t n, int64_t stride = 1) {
 /// then by the solution z. `rdiag` holds k values of scratch. A column whose remaining norm (the
 /// pivot) is not above 1e-12 * scale(c) counts as dependent on the ones before it: the answer is
 /// then false and z is not computed.
-template <class Scale> bool householder_least_squares(double* q, int64_t m, int64_t k, double* b, double* rdiag,
-                                                      Scale&& scale) {
+template <class Scale>
+bool householder_least_squares(double* q, int64_t m, int64_t k, double* b, double* rdiag, Scale&& scale) {
     for (int64_t c = 0; c < k; ++c) {
         double* col = q + c * m;
         const double norm = c < m ? norm2(col + c, m - c) : 0.0;
