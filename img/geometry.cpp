@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <limits>
 #include <numbers>
 #include <type_traits>
 
@@ -28,20 +29,20 @@ inline void keys_weights(double t, double* w) {
 
 // ---- inverse maps ---------------------------------------------------------------------------
 
-/// The inverse map of a rotation or a warp: the source point of every pixel of a result row.
-/// A source point that must take the fill (a projective w <= 0) is NaN.
+/// The inverse map of a rotation or a warp: the source points of n pixels of a result row from
+/// column C0. A source point that must take the fill (a projective w <= 0) is NaN.
 struct Mapping {
     enum Kind { Rotation, Polynomial, Projective } kind = Rotation;
     double p[20] = {};  // rotation: cy, cx, cos, sin, result centre row, column; polynomial: a's, b's; projective: H
     int32_t terms = 0;  // polynomial terms m (3, 6 or 10)
 
-    void row(int64_t R, int64_t n, double* ys, double* xs) const {
+    void row(int64_t R, int64_t C0, int64_t n, double* ys, double* xs) const {
         const double r = double(R);
         switch (kind) {
             case Rotation: {
                 const double dr = r - p[4], yb = p[0] + dr * p[2], xb = p[1] - dr * p[3];
                 for (int64_t C = 0; C < n; ++C) {
-                    const double dc = double(C) - p[5];
+                    const double dc = double(C0 + C) - p[5];
                     ys[C] = yb + dc * p[3];
                     xs[C] = xb + dc * p[2];
                 }
@@ -51,7 +52,7 @@ struct Mapping {
                 const double* a = p;
                 const double* b = p + terms;
                 for (int64_t C = 0; C < n; ++C) {
-                    const double c = double(C);
+                    const double c = double(C0 + C);
                     // Terms r^(j-i) c^i in the order j = 0 ... d, i = 0 ... j.
                     const double t[10] = {1, r, c, r * r, r * c, c * c, r * r * r, r * r * c, r * c * c, c * c * c};
                     double y = 0, x = 0;
@@ -66,7 +67,7 @@ struct Mapping {
             }
             case Projective: {
                 for (int64_t C = 0; C < n; ++C) {
-                    const double c = double(C);
+                    const double c = double(C0 + C);
                     const double w = p[6] * r + p[7] * c + p[8];
                     const double y = (p[0] * r + p[1] * c + p[2]) / w, x = (p[3] * r + p[4] * c + p[5]) / w;
                     const bool ok = w > 0 && std::isfinite(y) && std::isfinite(x);
@@ -187,33 +188,91 @@ MUTILS_CLONES void sample_row(const Source<T>& s, const double* ys, const double
             out[C] = r >= 0 && r < double(s.nrow) && c >= 0 && c < double(s.ncol)
                          ? s.data[int64_t(r) * s.ncol + int64_t(c)]
                          : store<T>(s.fill);
-        } else if constexpr (I == IMG_INTERP_BILINEAR) {
-            out[C] = store<T>(bilinear_at(s, ys[C], xs[C]));
         } else {
             out[C] = store<T>(bicubic_at(s, ys[C], xs[C]));
         }
     }
 }
 
-/// Rotations and warps: every result row mapped, then sampled.
+/// v stored into an integer T without the NaN test (v is finite): vectorises.
+template <class T> inline T store_finite(double v) {
+    if constexpr (std::is_integral_v<T>) {
+        const double r = std::floor(v + 0.5);
+        return T(
+            std::min(std::max(r, double(std::numeric_limits<T>::lowest())), double(std::numeric_limits<T>::max())));
+    } else {
+        return T(v);
+    }
+}
+
+/// A bilinear result row in two passes: the cell of every point (its offset, -1 unless all four
+/// neighbours are inside, and fractions), then the interpolation, branch-free along the runs of
+/// inside points (the bulk of a rotation), with the edge rule elsewhere.
+template <class T> MUTILS_CLONES void bilinear_row(const Source<T>& s, const double* ys, const double* xs, int64_t n,
+                                                   int32_t* off, double* ty, double* tx, T* out) {
+    const double last_r = double(s.nrow - 1), last_c = double(s.ncol - 1);
+    const int32_t ncol = int32_t(s.ncol);
+    for (int64_t C = 0; C < n; ++C) {
+        const double fr = std::floor(ys[C]), fc = std::floor(xs[C]);
+        const bool inside = (fr >= 0) & (fr < last_r) & (fc >= 0) & (fc < last_c);
+        off[C] = inside ? int32_t(fr) * ncol + int32_t(fc) : -1;
+        ty[C] = ys[C] - fr;
+        tx[C] = xs[C] - fc;
+    }
+    for (int64_t C = 0; C < n;) {
+        if (off[C] < 0) {
+            out[C] = store<T>(bilinear_at(s, ys[C], xs[C]));
+            ++C;
+            continue;
+        }
+        int64_t end = C;
+        while (end < n && off[end] >= 0) ++end;
+        for (int64_t k = C; k < end; ++k) {
+            const T* q = s.data + off[k];
+            const double top = (1 - tx[k]) * double(q[0]) + tx[k] * double(q[1]);
+            const double bottom = (1 - tx[k]) * double(q[ncol]) + tx[k] * double(q[ncol + 1]);
+            const double v = (1 - ty[k]) * top + ty[k] * bottom;
+            if constexpr (std::is_integral_v<T>)
+                out[k] = store_finite<T>(v);
+            else
+                out[k] = store<T>(v);
+        }
+        C = end;
+    }
+}
+
+/// Result tiles of rotations and warps: a tile's source points stay within the first-level cache
+/// whatever the angle (whole rows would walk across hundreds of source rows).
+constexpr int64_t kTileRows = 32, kTileCols = 128;
+
+/// Rotations and warps: every result row mapped, then sampled, tile by tile.
 template <class T> const char* resample(const mat_t<T>* image, const Mapping& map, int32_t interp, double fill,
                                         void* intrp, mat_t<T>* result) {
     Hux::ArenaScope scope;
     const int64_t NR = result->nrow, NC = result->ncol;
-    double* ys = work_array<double>(NC);
-    double* xs = work_array<double>(NC);
+    double* ys = work_array<double>(kTileCols);
+    double* xs = work_array<double>(kTileCols);
+    double* ty = work_array<double>(kTileCols);
+    double* tx = work_array<double>(kTileCols);
+    int32_t* off = work_array<int32_t>(kTileCols);
     const Source<T> s{image->data, image->nrow, image->ncol, fill};
     Poll poll(intrp);
     const double cost = double(NC) * (interp == IMG_INTERP_BICUBIC ? 40.0 : interp == IMG_INTERP_BILINEAR ? 12.0 : 6.0);
-    for (int64_t R = 0; R < NR; ++R) {
-        map.row(R, NC, ys, xs);
-        T* out = result->data + R * NC;
-        switch (interp) {
-            case IMG_INTERP_NEAREST: sample_row<T, IMG_INTERP_NEAREST>(s, ys, xs, NC, out); break;
-            case IMG_INTERP_BILINEAR: sample_row<T, IMG_INTERP_BILINEAR>(s, ys, xs, NC, out); break;
-            default: sample_row<T, IMG_INTERP_BICUBIC>(s, ys, xs, NC, out); break;
+    for (int64_t R0 = 0; R0 < NR; R0 += kTileRows) {
+        const int64_t R1 = std::min(NR, R0 + kTileRows);
+        for (int64_t C0 = 0; C0 < NC; C0 += kTileCols) {
+            const int64_t n = std::min(kTileCols, NC - C0);
+            for (int64_t R = R0; R < R1; ++R) {
+                map.row(R, C0, n, ys, xs);
+                T* out = result->data + R * NC + C0;
+                switch (interp) {
+                    case IMG_INTERP_NEAREST: sample_row<T, IMG_INTERP_NEAREST>(s, ys, xs, n, out); break;
+                    case IMG_INTERP_BILINEAR: bilinear_row<T>(s, ys, xs, n, off, ty, tx, out); break;
+                    default: sample_row<T, IMG_INTERP_BICUBIC>(s, ys, xs, n, out); break;
+                }
+            }
         }
-        MUTILS_TRY(poll.add(cost));
+        MUTILS_TRY(poll.add(cost * double(R1 - R0)));
     }
     return nullptr;
 }
@@ -439,6 +498,13 @@ template <class T> const char* scale_separable(const mat_t<T>* image, int32_t in
     return nullptr;
 }
 
+/// 2 x 2 block means of two rows of unsigned pixels, halves rounded up: the common halving.
+template <class T> MUTILS_CLONES void halve_row(const T* a, const T* b, int64_t n, T* out) {
+    for (int64_t C = 0; C < n; ++C)
+        out[C] =
+            T((uint32_t(a[2 * C]) + uint32_t(a[2 * C + 1]) + uint32_t(b[2 * C]) + uint32_t(b[2 * C + 1]) + 2u) >> 2);
+}
+
 /// Area reduction of an integer image by integer factors: exact block sums, one rounding.
 template <class T>
 const char* scale_blocks(const mat_t<T>* image, int64_t kr, int64_t kc, void* intrp, mat_t<T>* result) {
@@ -450,16 +516,20 @@ const char* scale_blocks(const mat_t<T>* image, int64_t kr, int64_t kc, void* in
     Poll poll(intrp);
     for (int64_t R = 0; R < NR; ++R) {
         const T* src = image->data + R * kr * ncol;
-        for (int64_t c = 0; c < ncol; ++c) col[c] = Sum(src[c]);
-        for (int64_t k = 1; k < kr; ++k)
-            for (int64_t c = 0; c < ncol; ++c) col[c] += Sum(src[k * ncol + c]);
         T* out = result->data + R * NC;
-        for (int64_t C = 0; C < NC; ++C) {
-            Sum s = 0;
-            for (int64_t j = 0; j < kc; ++j) s += col[C * kc + j];
-            // floor(s / n + 1/2), exactly: by a shift for a power of two, else in double (exact
-            // here: s is an integer below 2^53 and s / n is never within rounding of a half).
-            out[C] = shift ? T((s + Sum(n / 2)) >> bits) : store<T>(double(s) / double(n));
+        if (shift && kr == 2 && kc == 2) {
+            halve_row(src, src + ncol, NC, out);
+        } else {
+            for (int64_t c = 0; c < ncol; ++c) col[c] = Sum(src[c]);
+            for (int64_t k = 1; k < kr; ++k)
+                for (int64_t c = 0; c < ncol; ++c) col[c] += Sum(src[k * ncol + c]);
+            for (int64_t C = 0; C < NC; ++C) {
+                Sum s = 0;
+                for (int64_t j = 0; j < kc; ++j) s += col[C * kc + j];
+                // floor(s / n + 1/2), exactly: by a shift for a power of two, else in double (exact
+                // here: s is an integer below 2^53 and s / n is never within rounding of a half).
+                out[C] = shift ? T((s + Sum(n / 2)) >> bits) : store<T>(double(s) / double(n));
+            }
         }
         MUTILS_TRY(poll.add(double(kr) * double(ncol) + double(NC) * double(kc)));
     }
