@@ -186,5 +186,23 @@ TEST_F(GeometryTest, RefusalsInTheirOrder) {
     EXPECT_EQ(::imguniv_scale(&img, B, nullptr, &r), MUTIL_ERR_OK);
 }
 
+TEST_F(GeometryTest, HostileValuesGiveTheFillOrARefusal) {
+    _univ_mat img = image(), r = make_univ<double>(4, 3);
+    EXPECT_EQ(message(imguniv_rotate(&img, 1e300, IMG_INTERP_BICUBIC, 3, nullptr, &r)), "");
+    // Source points far outside (or w <= 0 for the projective map) read the fill.
+    auto h = make<double>(3, 3, {1e300, 0, 1e300, 0, 1e300, 1e300, 0, 0, 1});
+    for (int interp = 0; interp < 3; ++interp) {
+        ASSERT_EQ(message(imguniv_warp_parameter(&img, &h, _img_interp_type(interp), 3, nullptr, &r)), "");
+        EXPECT_EQ(as_doubles(r), std::vector<double>(12, 3.0));
+    }
+    h.data[8] = -1;
+    ASSERT_EQ(message(imguniv_warp_parameter(&img, &h, IMG_INTERP_BILINEAR, 3, nullptr, &r)), "");
+    EXPECT_EQ(as_doubles(r), std::vector<double>(12, 3.0));
+    auto ties = make<double>(3, 4, {1e300, 0, 0, 0, 0, 1e300, 1, 1, -1e300, -1e300, 2, 2});
+    auto coef = make<double>(2, 3);
+    double rms;
+    EXPECT_NE(message(imgdbl_warp_tiepoint_fit(&ties, 1, nullptr, &coef, &rms)), "x");  // any answer, no crash
+}
+
 }  // namespace
 }  // namespace mutils::test
