@@ -45,6 +45,7 @@
 #include "../img/components.h"
 #include "../img/filter.h"
 #include "../img/color.h"
+#include "../img/geometry.h"
 #include "../img/edge.h"
 #include "../img/distance.h"
 #include "../img/graymap.h"

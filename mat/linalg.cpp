@@ -259,19 +259,6 @@ const char* inverse(const _double_mat* a, void* intrp, _double_mat* r) {
 
 // ---- non-negative least squares ---------------------------------------------------------------
 
-/// Euclidean norm without overflow or underflow of the squares.
-double norm2(const double* v, int64_t n, int64_t stride = 1) {
-    double big = 0.0;
-    for (int64_t i = 0; i < n; ++i) big = std::max(big, std::fabs(v[i * stride]));
-    if (big == 0.0) return 0.0;
-    double s = 0.0;
-    for (int64_t i = 0; i < n; ++i) {
-        const double t = v[i * stride] / big;
-        s += t * t;
-    }
-    return big * std::sqrt(s);
-}
-
 /// Lawson and Hanson's active-set method on a row-major A (m x n).
 struct Nnls {
     int64_t m, n;
@@ -298,29 +285,9 @@ struct Nnls {
         for (int64_t c = 0; c < k; ++c)
             for (int64_t i = 0; i < m; ++i) q[c * m + i] = A[i * n + free_cols[c]];
         std::copy(b, b + m, qb);
-        for (int64_t c = 0; c < k; ++c) {
-            double* col = q + c * m;
-            const double norm = c < m ? norm2(col + c, m - c) : 0.0;
-            if (!(norm > 1e-12 * colnorm[free_cols[c]])) return false;
-            const double x0 = col[c];
-            const double alpha = x0 > 0 ? -norm : norm;
-            const double half_vv = alpha * (alpha - x0);  // v^T v / 2 for v = x - alpha e1
-            col[c] = x0 - alpha;
-            auto reflect = [&](double* y) {
-                double s = 0.0;
-                for (int64_t i = c; i < m; ++i) s += col[i] * y[i];
-                s /= half_vv;
-                for (int64_t i = c; i < m; ++i) y[i] -= s * col[i];
-            };
-            for (int64_t c2 = c + 1; c2 < k; ++c2) reflect(q + c2 * m);
-            reflect(qb);
-            rdiag[c] = alpha;
-        }
-        for (int64_t c = k - 1; c >= 0; --c) {
-            double s = qb[c];
-            for (int64_t c2 = c + 1; c2 < k; ++c2) s -= q[c2 * m + c] * z[free_cols[c2]];
-            z[free_cols[c]] = s / rdiag[c];
-        }
+        if (!householder_least_squares(q, m, k, qb, rdiag, [&](int64_t c) { return colnorm[free_cols[c]]; }))
+            return false;
+        for (int64_t c = 0; c < k; ++c) z[free_cols[c]] = qb[c];
         return true;
     }
 

@@ -242,6 +242,16 @@ void demo(const std::string& dir) {
     });
     save(path("grey.pgm"), one(grey));
 
+    // The whole scene turned by 17 degrees: the result grows to hold the rotated corners.
+    const double turn = 17 * M_PI / 180;
+    const int32_t side = int32_t(std::ceil(kSize * (std::cos(turn) + std::sin(turn))));
+    _univ_mat rotated = make(side, side, MUTIL_UINT8);
+    timed({"Rotation", "scene.pgm", "rotated.pgm", "17 degrees counter-clockwise, bilinear, whole image", "", sz}, [&] {
+        check(mutils::imguniv_rotate(&scene, 17.0, IMG_INTERP_BILINEAR, 0, nullptr, &rotated));
+        return std::to_string(side) + "x" + std::to_string(side) + " result";
+    });
+    save(path("rotated.pgm"), one(rotated));
+
     _univ_mat dct = make(kSize, kSize, MUTIL_DOUBLE);
     timed({"2-D DCT", "scene.pgm", "dct.pgm", "orthonormal DCT-II; shown as log(1 + |c|)", "", sz}, [&] {
         check(mutils::siguniv_transform_discrete_cosine_II_2d(&scene_d, 0, nullptr, &dct));

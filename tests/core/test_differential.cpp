@@ -8,6 +8,7 @@
 // inputs and results, and with results sharing storage with an input of the same type and shape.
 // There the universal and typed calls must still agree, and every outcome must be success or one
 // of the library's messages; the sanitizer build runs the sweep too.
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <functional>
@@ -487,6 +488,14 @@ ROW(img, filter_quantile, WINDOW_TYPES, in<T>(7, 6), 5, 6, 0.7, MUTIL_BOUNDARY_P
 struct typed_img_filter_quantile_small : typed_img_filter_quantile {};
 MUTILS_ROW_TEST(img, filter_quantile_small, imguniv_filter_quantile, WINDOW_TYPES, in<T>(7, 6), 3, 3, 0.3,
                 MUTIL_BOUNDARY_REFLECT, nullptr, res<T>(7, 6))
+// Geometric transforms, like the window filters: every real type, typed members for four.
+ROW(img, rotate, WINDOW_TYPES, in<T>(7, 6), 33.0, IMG_INTERP_BICUBIC, 2.5, nullptr, res<T>(8, 9))
+ROW(img, scale, WINDOW_TYPES, in<T>(8, 6), IMG_INTERP_AREA, nullptr, res<T>(3, 4))
+ROW(img, warp_parameter, WINDOW_TYPES, in<T>(7, 6),
+    gen<double, both_typed>(2, 3, [](int i) { return std::array{0.5, 0.9, 0.2, -0.5, -0.1, 1.1}[i]; }),
+    IMG_INTERP_BILINEAR, 1.0, nullptr, res<T>(6, 7))
+ROW(img, warp_tiepoint, WINDOW_TYPES, in<T>(7, 6), gen<double, both_typed>(4, 4, [](int i) { return i * i % 7; }),
+    int32_t(1), IMG_INTERP_NEAREST, 3.0, nullptr, res<T>(6, 7))
 
 // ---- signals, polygons, classes -------------------------------------------------------------------
 #define SIG in<T>(6, 5, 9), in<T>(2, 3, 3)

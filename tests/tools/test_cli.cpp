@@ -142,6 +142,23 @@ TEST_F(Cli, FiltersAndColourWriteImagesAndRefuseBadParameters) {
     EXPECT_EQ(read("same.ppm"), read("p.ppm"));
 }
 
+TEST_F(Cli, GeometryRotatesScalesAndWarps) {
+    write("a.pgm", "P2 4 3 255\n0 10 20 30\n40 50 60 70\n80 90 100 110\n");
+    ASSERT_EQ(run("rotate a.pgm -a 90 --expand --interp nearest -o r.pgm").status, 0);
+    ASSERT_EQ(run("convert r.pgm -o r.pgm --plain").status, 0);
+    EXPECT_EQ(read("r.pgm"), "P2 3 4 110\n30 70 110 \n20 60 100 \n10 50 90 \n0 40 80 \n");
+    ASSERT_EQ(run("scale a.pgm --rows 3 --cols 2 --interp area -o s.txt").status, 0);
+    EXPECT_TRUE(has(read("s.txt"), "45         65")) << read("s.txt");
+    // Tie points shifting one column left: the result shows the image from column 1.
+    write("t.txt", "0 0 0 1\n0 3 0 4\n2 0 2 1\n2 3 2 4\n");
+    CliRun w = run("warp a.pgm --tiepoints t.txt --interp nearest --fill 9 -o w.pgm");
+    EXPECT_TRUE(has(w.out, "rms residual")) << w.err;
+    ASSERT_EQ(run("convert w.pgm -o w.pgm --plain").status, 0);
+    EXPECT_TRUE(has(read("w.pgm"), "10 20 30 9 \n")) << read("w.pgm");
+    EXPECT_EQ(run("warp a.pgm --tiepoints t.txt --degree 5 -o x.pgm").err, "mutils warp: a.pgm: Illegal data value\n");
+    EXPECT_EQ(run("warp a.pgm -o x.pgm").status, 2);
+}
+
 TEST_F(Cli, BatchTransformAndWindowWriteTheirFiles) {
     write("a.pgm", kSquare);
     write("b.pgm", kSquare);
