@@ -278,23 +278,24 @@ const char* greedy(const _double_mat* potential, const _double_mat* snake, doubl
 
 // ---- minimal paths --------------------------------------------------------------------------
 
-/// Dijkstra's search on the 8-neighbour grid with an indexed binary heap keyed by (distance,
+/// Dijkstra's search on the 8-neighbour grid with an indexed 4-ary heap keyed by (distance,
 /// pixel index), so ties pop by row then column; a distance and its predecessor change only
 /// for a strictly smaller one. A step between neighbours a, b costs l (C(a) + C(b)) / 2, l = 1
-/// or sqrt(2); an infinite cost is impassable.
+/// or sqrt(2); an infinite cost is impassable. Heap entries carry their keys, so sifting reads
+/// no other array.
 class Geodesic {
 public:
     Geodesic(const _double_mat* cost, double* dist, int32_t* from)
         : m_cost(cost->data), m_nrow(cost->nrow), m_ncol(cost->ncol), m_dist(dist), m_from(from) {
         const int64_t n = m_nrow * m_ncol;
-        m_heap = work_array<int32_t>(n);
+        m_heap = work_array<Entry>(n);
         m_pos = work_array<int32_t>(n);
         std::fill(m_pos, m_pos + n, kUnseen);
         std::fill(m_dist, m_dist + n, std::numeric_limits<double>::infinity());
     }
 
     void seed(int64_t p) {
-        if (m_pos[p] == kUnseen) push(p, 0.0, -1);
+        if (m_pos[p] == kUnseen) relax(p, 0.0, -1);
     }
 
     /// Runs until the heap empties or `stop` is settled; polls once per row's worth of pixels.
@@ -308,18 +309,14 @@ public:
             if (p == stop) return nullptr;
             const int64_t r = p / m_ncol, c = p % m_ncol;
             const double cp = m_cost[p], dp = m_dist[p];
+            const bool inner = r > 0 && r < m_nrow - 1 && c > 0 && c < m_ncol - 1;
             for (int k = 0; k < 8; ++k) {
                 const int64_t rr = r + kDr[k], cc = c + kDc[k];
-                if (rr < 0 || rr >= m_nrow || cc < 0 || cc >= m_ncol) continue;
+                if (!inner && (rr < 0 || rr >= m_nrow || cc < 0 || cc >= m_ncol)) continue;
                 const int64_t q = rr * m_ncol + cc;
                 if (m_pos[q] == kDone) continue;
-                const double step = 0.5 * (cp + m_cost[q]) * (kDr[k] != 0 && kDc[k] != 0 ? diagonal : 1.0);
-                const double d = dp + step;
-                if (!(d < m_dist[q])) continue;  // also skips impassable (infinite) steps
-                if (m_pos[q] == kUnseen)
-                    push(q, d, int32_t(p));
-                else
-                    decrease(q, d, int32_t(p));
+                const double d = dp + 0.5 * (cp + m_cost[q]) * (kDr[k] != 0 && kDc[k] != 0 ? diagonal : 1.0);
+                if (d < m_dist[q]) relax(q, d, int32_t(p));  // never for impassable (infinite) steps
             }
             if (++settled % m_ncol == 0) MUTILS_TRY(poll.add(double(m_ncol) * 60.0));
         }
@@ -327,46 +324,47 @@ public:
     }
 
 private:
+    struct Entry {
+        double d;
+        int32_t p;
+        bool operator<(const Entry& o) const { return d < o.d || (d == o.d && p < o.p); }
+    };
     static constexpr int32_t kUnseen = -1, kDone = -2;
-    bool before(int32_t a, int32_t b) const { return m_dist[a] < m_dist[b] || (m_dist[a] == m_dist[b] && a < b); }
-    void place(int64_t i, int32_t p) {
-        m_heap[i] = p;
-        m_pos[p] = int32_t(i);
+    static constexpr int64_t kArity = 4;
+
+    void place(int64_t i, Entry e) {
+        m_heap[i] = e;
+        m_pos[e.p] = int32_t(i);
     }
-    void up(int64_t i) {
-        const int32_t p = m_heap[i];
+    /// Gives p the distance d (smaller than its own) and moves it up the heap.
+    void relax(int64_t p, double d, int32_t from) {
+        m_dist[p] = d;
+        if (m_from) m_from[p] = from;
+        int64_t i = m_pos[p] == kUnseen ? m_size++ : m_pos[p];
+        const Entry e{d, int32_t(p)};
         while (i > 0) {
-            const int64_t parent = (i - 1) / 2;
-            if (!before(p, m_heap[parent])) break;
+            const int64_t parent = (i - 1) / kArity;
+            if (!(e < m_heap[parent])) break;
             place(i, m_heap[parent]);
             i = parent;
         }
-        place(i, p);
-    }
-    void push(int64_t p, double d, int32_t from) {
-        m_dist[p] = d;
-        if (m_from) m_from[p] = from;
-        m_heap[m_size] = int32_t(p);
-        up(m_size++);
-    }
-    void decrease(int64_t p, double d, int32_t from) {
-        m_dist[p] = d;
-        if (m_from) m_from[p] = from;
-        up(m_pos[p]);
+        place(i, e);
     }
     int64_t pop() {
-        const int32_t top = m_heap[0];
+        const int32_t top = m_heap[0].p;
         m_pos[top] = kDone;
-        const int32_t last = m_heap[--m_size];
+        const Entry last = m_heap[--m_size];
         if (m_size > 0) {
             int64_t i = 0;
             for (;;) {
-                int64_t child = 2 * i + 1;
-                if (child >= m_size) break;
-                if (child + 1 < m_size && before(m_heap[child + 1], m_heap[child])) ++child;
-                if (!before(m_heap[child], last)) break;
-                place(i, m_heap[child]);
-                i = child;
+                const int64_t first = kArity * i + 1;
+                if (first >= m_size) break;
+                int64_t best = first;
+                for (int64_t k = first + 1; k < std::min(first + kArity, m_size); ++k)
+                    if (m_heap[k] < m_heap[best]) best = k;
+                if (!(m_heap[best] < last)) break;
+                place(i, m_heap[best]);
+                i = best;
             }
             place(i, last);
         }
@@ -377,7 +375,7 @@ private:
     int64_t m_nrow, m_ncol;
     double* m_dist;
     int32_t* m_from;
-    int32_t* m_heap;
+    Entry* m_heap;
     int32_t* m_pos;
     int64_t m_size = 0;
 };
