@@ -41,7 +41,12 @@ template <class T> const char* render_region(const _double_mat* polygon, T value
             const Vertex a = edges[k].a, b = edges[k].b;
             if ((a.r > y && b.r > y) || (a.r < y && b.r < y)) continue;
             row_edges[ne++] = edges[k];
-            if ((a.r > y) != (b.r > y)) cross[nc++] = a.c + (y - a.r) * (b.c - a.c) / (b.r - a.r);
+            if ((a.r > y) != (b.r > y)) {
+                // Kept finite (coordinates near the double range can overflow here) and inside
+                // the columns' reach, so sorting and indexing stay defined.
+                const double x = a.c + (y - a.r) * (b.c - a.c) / (b.r - a.r);
+                cross[nc++] = std::isnan(x) ? a.c : std::clamp(x, -4.0, double(ncol) + 3.0);
+            }
             if (a.r == y && b.r == y) {  // a horizontal edge on the row: all its pixels are on it
                 const double c0 = std::max(0.0, std::ceil(std::min(a.c, b.c)));
                 const double c1 = std::min(double(ncol - 1), std::floor(std::max(a.c, b.c)));

@@ -142,6 +142,11 @@ TEST_F(PolygonTest, RefusalsInTheirOrder) {
     EXPECT_EQ(message(pgndbl_simplify(&ok, -0.5, 1, nullptr, &out)), "Illegal data value");
     EXPECT_EQ(message(pgndbl_polar_from_rectangular(&ok, INFINITY, 0, nullptr, &r)), "Illegal data value");
     EXPECT_EQ(message(pgnuniv_render_region(&ok, detail::make_scalar<double>(1), nullptr, nullptr)), "null pointer");
+    // Hostile coordinates near the double range draw what they reach and nothing else.
+    auto huge = make<double>(3, 2, {-1e308, 5, 1e308, -1e308, 3, 1e308});
+    auto canvas = make_univ<int32_t>(6, 7);
+    EXPECT_EQ(message(pgnuniv_render_region(&huge, detail::make_scalar<int32_t>(1), nullptr, &canvas)), "");
+    EXPECT_EQ(message(pgnuniv_render_lines(&huge, detail::make_scalar<int32_t>(2), 1, nullptr, &canvas)), "");
     // Degenerate curves: a zero-length polygon resamples to its vertex, sigma 0 copies.
     auto dot = make<double>(3, 2, {2, 3, 2, 3, 2, 3}), even = make<double>(4, 2);
     ASSERT_EQ(message(pgndbl_resample(&dot, 1, nullptr, &even)), "");
