@@ -51,7 +51,8 @@ enum _img_snake_boundary : int32_t {
 /// Kass, Witkin and Terzopoulos's snake, semi-implicit. A = -alpha D2 + beta D4 (circulant
 /// second and fourth differences); the rows of a fixed start become 0 and (1, -2, 1), those of a
 /// free start (1, -2, 1) and (-1, 3, -3, 1) (mirrored at the end; fixed start, fixed end, free
-/// start, free end, in this order). A + gamma I is factored once (LU). Each iteration takes the
+/// start, free end, in this order; a row of a three-point snake keeps the entries that fit). A + gamma I
+/// is factored once (LU). Each iteration takes the
 /// gradient f of P at the points (central differences, one-sided on the border, bilinearly
 /// interpolated, points clamped into the image), sets f = 0 at fixed ends and doubles it at free
 /// ends, solves (A + gamma I) x_new = gamma x + f_x for the columns and likewise for the rows, and
