@@ -65,6 +65,12 @@
 // Boundary chains and polygons
 #include "../pgn/chain.h"
 #include "../pgn/hull.h"
+#include "../pgn/polygon.h"
+#include "../pgn/curve.h"
+#include "../pgn/render.h"
+
+// Active contours and minimal paths
+#include "../img/contour.h"
 
 // Quantizers
 #include "../cls/quantize.h"

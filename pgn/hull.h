@@ -1,6 +1,7 @@
 /// @file
-/// Convex hull of a set of integer points.
-/// The points are integers, so NaN does not arise; orientation tests are exact (128-bit products).
+/// Convex hull of a set of points, integer or double.
+/// Integer points hold no NaN; a double point with a coordinate that is not finite (NaN or an
+/// infinity) is refused with "Illegal data value".
 ///
 /// `pgns32_convex_hull(points, intrp_ptr, hull)`: `points` is an n x 2 `_sint32_mat` of (row,
 /// column) pairs in any order. The call allocates `hull` (like a reader allocates its result) as
@@ -30,5 +31,22 @@ namespace mutils {
 
 /// `pgns32_convex_hull`: the contract, element types and messages are in the file description.
 MUTILS_API const char* pgns32_convex_hull(const _sint32_mat* points, void* intrp_ptr, _sint32_mat* hull);
+
+/// The same contract on double points (Andrew's monotone chain): whether three points turn or
+/// are collinear is decided exactly (a rounded determinant checked against its error bound, and
+/// an exact expansion of the products when that is not conclusive), so a point a rounding
+/// error off a hull edge is kept and one exactly on it is dropped. The (h + 1) x 2 `_double_mat`
+/// result is allocated by the call.
+///
+/// | condition                                                      | message                |
+/// |----------------------------------------------------------------|------------------------|
+/// | invalid `points`, null `hull`                                  | raised by validation   |
+/// | `points` without two columns                                   | "array size mismatch"  |
+/// | a coordinate that is not finite                                | "Illegal data value"   |
+/// | the poll asks to stop                                          | "interrupted"          |
+///
+///     mutils::_double_mat hull;   // allocated by the call
+///     mutils::pgndbl_convex_hull(&points, nullptr, &hull);
+MUTILS_API const char* pgndbl_convex_hull(const _double_mat* points, void* intrp_ptr, _double_mat* hull);
 
 }  // namespace mutils

@@ -16,6 +16,7 @@ fi
 # --peers: the Python peers of the differential tests, then regenerates tests/data/peers/.
 if [ "${1:-}" = "--peers" ]; then
   pkgs+=(python3-numpy python3-scipy python3-skimage python3-opencv)
+  pkgs+=(python3-shapely)  # the polygon simplification peer
 fi
 peers() { for s in "$(dirname "$0")"/../tests/peers/*.py; do /usr/bin/python3 "$s"; done; }
 if [ "${1:-}" = "--fuzz" ]; then

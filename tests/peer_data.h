@@ -28,7 +28,11 @@ inline std::map<std::string, PeerMatrix> read_peer_file(const std::string& file)
         PeerMatrix m;
         s >> name >> m.rows >> m.cols;
         m.v.resize(std::size_t(m.rows) * std::size_t(m.cols));
-        for (double& x : m.v) s >> x;
+        for (double& x : m.v) {  // strtod also reads "inf" and "nan"
+            std::string token;
+            s >> token;
+            x = std::strtod(token.c_str(), nullptr);
+        }
         out[name] = m;
     }
     return out;

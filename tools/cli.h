@@ -132,6 +132,7 @@ void add_batch_options(CLI::App* sub, BatchOptions& o, bool output_required = tr
 void register_image_commands(CLI::App& app);
 void register_filter_commands(CLI::App& app);
 void register_geometry_commands(CLI::App& app);
+void register_contour_commands(CLI::App& app);
 void register_matrix_commands(CLI::App& app);
 void register_signal_commands(CLI::App& app);
 void register_demo(CLI::App& app);

@@ -270,6 +270,50 @@ void demo(const std::string& dir) {
         view("dct.pgm", dct);
     }
 
+    // A snake pulled from a circle onto the disk's edge, then a least-cost path across the scene;
+    // both drawn over it.
+    _univ_mat snake_view = to_viewable(scene), path_view = to_viewable(scene);
+    timed({"Snake", "scene.pgm", "snake.pgm",
+           "80 points from a circle of radius 50 about the disk (radius 40); "
+           "potential |gradient|, sigma 3; simplified to 1 pixel",
+           "", sz},
+          [&] {
+              _univ_mat gv = make(kSize, kSize, MUTIL_DOUBLE), gh = make(kSize, kSize, MUTIL_DOUBLE);
+              check(mutils::imguniv_filter_derivative_of_gaussian(&scene_d, 3.0, nullptr, &gv, &gh));
+              _double_mat pot = typed<_double_mat>(gv);
+              for (int32_t i = 0; i < pot.nelem; ++i)
+                  pot.data[i] = std::hypot(pot.data[i], static_cast<double*>(gh.data)[i]);
+              _univ_mat start = make(80, 2, MUTIL_DOUBLE), fit = make(80, 2, MUTIL_DOUBLE);
+              for (int32_t i = 0; i < 80; ++i) {
+                  static_cast<double*>(start.data)[2 * i] = 80 - 50 * std::sin(2 * M_PI * i / 80);
+                  static_cast<double*>(start.data)[2 * i + 1] = 70 + 50 * std::cos(2 * M_PI * i / 80);
+              }
+              _double_mat s = typed<_double_mat>(start), f = typed<_double_mat>(fit), corners;
+              int32_t it = 0;
+              check(mutils::imgdbl_active_contour(&pot, &s, 0.01, 0.1, 0.01, 1.0, 2500, 0.1, IMG_SNAKE_PERIODIC,
+                                                  nullptr, &f, &it));
+              check(mutils::pgndbl_simplify(&f, 1.0, 1, nullptr, &corners));
+              check(mutils::pgnuniv_render_lines(&f, scalar_of(MUTIL_UINT8, 255), 1, nullptr, &snake_view));
+              double r = 0;
+              for (int32_t i = 0; i < 80; ++i) r += std::hypot(f.data[2 * i] - 80, f.data[2 * i + 1] - 70) / 80;
+              return fmt("mean radius %.1f", r) + " after " + std::to_string(it) + " iterations, " +
+                     std::to_string(corners.nrow - 1) + " vertices simplified";
+          });
+    save(path("snake.pgm"), one(snake_view));
+    timed(
+        {"Least-cost path", "scene.pgm", "path.pgm", "(0, 0) to (255, 255), cost = grey level, 8 neighbours", "", sz},
+        [&] {
+            _sint32_mat route;
+            double total = 0;
+            check(mutils::imguniv_minimal_path(&scene, 0, 0, kSize - 1, kSize - 1, nullptr, &route, &total));
+            _univ_mat line = make(route.nrow, 2, MUTIL_DOUBLE), r{route.nrow, 2, route.nelem, route.data, MUTIL_SINT32};
+            mutils::matuniv_cast(&r, 0, nullptr, &line);
+            const _double_mat l = typed<_double_mat>(line);
+            check(mutils::pgnuniv_render_lines(&l, scalar_of(MUTIL_UINT8, 255), 0, nullptr, &path_view));
+            return std::to_string(route.nrow) + " pixels, cost " + fmt("%.0f", total);
+        });
+    save(path("path.pgm"), one(path_view));
+
     // A chirp: frequency rising linearly from 0 to a quarter of the sampling rate.
     const int32_t N = 512;
     _univ_mat chirp = make(N, 1, MUTIL_DOUBLE);

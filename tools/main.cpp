@@ -15,6 +15,7 @@ int main(int argc, char** argv) {
     cli::register_image_commands(app);
     cli::register_filter_commands(app);
     cli::register_geometry_commands(app);
+    cli::register_contour_commands(app);
     cli::register_signal_commands(app);
     cli::register_demo(app);
 

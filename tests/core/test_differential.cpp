@@ -532,6 +532,23 @@ auto region_chain() {
 ROW(pgn, boundary_chain_from_region, (wider_for<T, uint32_t>), gen<T>(7, 6, in_region), int32_t(1), int32_t(2), nullptr,
     val_out<_pgn_chain>())
 ROW(pgn, boundary_chain_to_polygon, exact, region_chain(), nullptr, res<T>(2, region_chain().u->nrun + 1))
+// Snakes and paths: the double member against the universal one; other real types are read as
+// doubles, complex ones refused.
+template <class T> constexpr Policy as_dbl = detail::is_complex_elem<T> ? exact : wider;
+template <class T> auto allocated() {  // a record each call allocates
+    auto *u = keep(detail::mat_t<T>{}), *t = keep(detail::mat_t<T>{});
+    return arg(u, t, [=] { EXPECT_EQ(values(*u), values(*t)) << "outputs differ"; });
+}
+auto snake5() {
+    return gen<double, both_typed>(5, 2, [](int i) { return 2 + (i * 7) % 9; });
+}
+ROW(img, active_contour, as_dbl<T>, in<T>(12, 12, 9), snake5(), 0.01, 0.1, 0.05, 1.0, 30, 0.1, IMG_SNAKE_FREE, nullptr,
+    res<double, both_typed>(5, 2), val_out<int32_t>())
+ROW(img, active_contour_greedy, as_dbl<T>, in<T>(12, 12, 9), snake5(), 1.0, 1.0, 1.0, 3, 0.25, 0.0, 10, 0.1,
+    (unsigned char)1, nullptr, res<double, both_typed>(5, 2), val_out<int32_t>())
+ROW(img, minimal_path_cost, as_dbl<T>, in<T>(9, 8, 9), gen<int32_t, both_typed>(1, 2, [](int i) { return 2 + i; }),
+    nullptr, res<double, both_typed>(9, 8))
+ROW(img, minimal_path, as_dbl<T>, in<T>(9, 8, 9), 0, 0, 8, 7, nullptr, allocated<int32_t>(), val_out<double>())
 ROW(cls, scalar_quantize_linear, exact, in<T>(5, 4, 50), gen<T>(1, 4, [](int i) { return 5 + 12 * i; }), nullptr,
     res<uint32_t>(5, 4))
 ROW(cls, scalar_quantize_angle, exact, in<T>(5, 4, 6), gen<T>(1, 3, [](int i) { return 2 * i; }), nullptr,

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 #include <string>
 
@@ -302,6 +303,27 @@ TEST_F(Cli, WrittenImagesAreReadByNetpbm) {
     ASSERT_EQ(run("convert sq.pgm -o colour.ppm").status, 0);
     ASSERT_EQ(shell("pamfile colour.ppm > pam.txt 2>&1"), 0) << read("pam.txt");
     EXPECT_TRUE(has(read("pam.txt"), "4 by 4")) << read("pam.txt");
+}
+
+TEST_F(Cli, PathsPolygonsAndSnakesEndToEnd) {
+    // A cheap middle row: the path runs along it; its drawing and its polygon file agree.
+    write("cost.pgm", "P2 5 3 255\n9 9 9 9 9\n1 1 1 1 1\n9 9 9 9 9\n");
+    CliRun p = run("path cost.pgm --from 1 0 --to 1 4 -o path.txt --draw path.pgm");
+    ASSERT_EQ(p.status, 0) << p.err;
+    EXPECT_EQ(p.out, "cost.pgm: 5 pixels, cost 4\n");
+    ASSERT_EQ(run("polygon render path.txt --open --outline --rows 3 --cols 5 -o line.txt").status, 0);
+    std::istringstream pixels(read("line.txt"));
+    std::vector<int> v{std::istream_iterator<int>(pixels), std::istream_iterator<int>()};
+    EXPECT_EQ(v, std::vector<int>({0, 0, 0, 0, 0, 255, 255, 255, 255, 255, 0, 0, 0, 0, 0}));
+    EXPECT_EQ(run("path cost.pgm --from 1 0 --to 3 4 -o x.txt").err, "mutils path: cost.pgm: Illegal data value\n");
+    // A square's features on standard output; a snake around a square writes one row per point.
+    write("sq.txt", "0 0\n0 4\n4 4\n4 0\n");
+    CliRun f = run("polygon features sq.txt");
+    EXPECT_TRUE(has(f.out, "sq.txt area 16\n") && has(f.out, "sq.txt winding -1\n")) << f.out;
+    write("sq.pgm", kSquare);
+    ASSERT_EQ(run("contour greedy sq.pgm sq.pgm --points 8 --edge 0 --line 1 -o snakes --jobs 2").status, 0);
+    EXPECT_EQ(lines(read("snakes/sq.txt")), 8);
+    EXPECT_TRUE(has(run("contour --help").out, "free-fixed"));
 }
 
 }  // namespace
