@@ -15,7 +15,7 @@
 /// | a null or invalid record, a null scalar result                  | raised by validation  |
 /// | a polygon or point set without two columns; a result of another | "array size mismatch" |
 /// | size                                                            |                       |
-/// | a coordinate (or centre) that is not finite                     | "Illegal data value"  |
+/// | a coordinate (or centre) that is not finite (NaN, an infinity)  | "Illegal data value"  |
 /// | the poll asks to stop                                           | "interrupted"         |
 ///
 ///     // is the pixel centre (3.5, 2) inside the square (0,0) (0,10) (10,10) (10,0)?

@@ -8,13 +8,13 @@
 /// | invalid records                                                | raised by validation  |
 /// | a complex image; a value not of the image's type               | "Illegal data type"   |
 /// | a polygon without two columns                                  | "array size mismatch" |
-/// | a coordinate that is not finite                                | "Illegal data value"  |
+/// | a coordinate that is not finite (NaN or an infinity)           | "Illegal data value"  |
 /// | the poll asks to stop                                          | "interrupted"         |
 ///
 /// Both leave the other pixels as they are, and draw only the pixels inside the image.
 ///
 ///     // a filled triangle with a white outline on a u8 image
-///     mutils::pgnuniv_render_region(&triangle, mutils::detail::make_scalar<unsigned char>(128), nullptr, &image);
+///     mutils::pgnuniv_render_region(&triangle, mutils::scalar_u8(128), nullptr, &image);
 ///     mutils::pgnuniv_render_lines(&triangle, white, 1, nullptr, &image);
 #pragma once
 
