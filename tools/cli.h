@@ -133,6 +133,7 @@ void register_image_commands(CLI::App& app);
 void register_filter_commands(CLI::App& app);
 void register_matrix_commands(CLI::App& app);
 void register_signal_commands(CLI::App& app);
+void register_shape_commands(CLI::App& app);
 void register_demo(CLI::App& app);
 
 }  // namespace cli

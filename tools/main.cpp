@@ -15,6 +15,7 @@ int main(int argc, char** argv) {
     cli::register_image_commands(app);
     cli::register_filter_commands(app);
     cli::register_signal_commands(app);
+    cli::register_shape_commands(app);
     cli::register_demo(app);
 
     // Notes printed while a subcommand runs name it, like its error lines.
