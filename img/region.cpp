@@ -55,71 +55,84 @@ inline bool after(const Candidate& x, const Candidate& y) {
     return x.a != y.a ? x.a > y.a : x.b > y.b;
 }
 
+/// A region of the merging: its size, its place in the union-find, its adjacency list and
+/// (following the record) its sums per band. One record per region keeps what a neighbour's
+/// visit reads on one or two cache lines.
+struct Region {
+    int64_t size;
+    Link* list;
+    uint32_t parent, stamp, deg, cap;
+    int32_t pos;  // during a merge, the region's place in the list being built; else -1
+};
+
 /// The region adjacency graph of the merging. Merged regions point to the region they joined
 /// (union-find); adjacency lists may name merged regions, resolved through `find` when a list
 /// is next rebuilt.
 class MergeGraph {
 public:
-    MergeGraph(int64_t regions, int32_t bands) : m_regions(regions), m_bands(bands) {
-        m_size = work_array_zero<int64_t>(regions);
-        m_sum = work_array_zero<double>(regions * bands);
-        m_parent = work_array<uint32_t>(regions);
-        m_stamp = work_array_zero<uint32_t>(regions);
-        m_deg = work_array_zero<uint32_t>(regions);
-        m_cap = work_array<uint32_t>(regions);
-        m_list = work_array<Link*>(regions);
-        m_pos = work_array<int64_t>(regions);
+    MergeGraph(int64_t regions, int32_t bands)
+        : m_regions(regions), m_bands(bands), m_stride(sizeof(Region) + sizeof(double) * std::size_t(bands)) {
+        m_base = work_array_zero<char>(regions * int64_t(m_stride));
         Link* links = work_array<Link>(4 * regions);
         for (int64_t i = 0; i < regions; ++i) {
-            m_parent[i] = uint32_t(i), m_cap[i] = 4, m_list[i] = links + 4 * i, m_pos[i] = -1;
+            Region& r = reg(uint32_t(i));
+            r.list = links + 4 * i, r.parent = uint32_t(i), r.cap = 4, r.pos = -1;
         }
-        m_heap_cap = std::max<int64_t>(1024, 4 * regions);
         m_heap = work_array<Candidate>(m_heap_cap);
+        m_over_cap = std::max<int64_t>(1024, 4 * regions);
+        m_over = work_array<Candidate>(m_over_cap);
     }
 
-    int64_t* size() { return m_size; }
-    double* sum(int64_t i) { return m_sum + i * m_bands; }
+    Region& reg(uint32_t i) const { return *reinterpret_cast<Region*>(m_base + std::size_t(i) * m_stride); }
+    double* sum(uint32_t i) const {
+        return reinterpret_cast<double*>(m_base + std::size_t(i) * m_stride + sizeof(Region));
+    }
 
     void connect(uint32_t a, uint32_t b, uint32_t length) {
-        m_list[a][m_deg[a]++] = {b, length};
-        m_list[b][m_deg[b]++] = {a, length};
+        Region &ra = reg(a), &rb = reg(b);
+        ra.list[ra.deg++] = {b, length};
+        rb.list[rb.deg++] = {a, length};
     }
 
     /// One candidate per adjacent pair, once the initial graph is complete.
     void seed_heap() {
-        for (int64_t a = 0; a < m_regions; ++a)
-            for (uint32_t k = 0; k < m_deg[a]; ++k)
-                if (m_list[a][k].id > a) push(uint32_t(a), m_list[a][k].id, m_list[a][k].length);
+        for (uint32_t a = 0; a < m_regions; ++a) {
+            const Region& r = reg(a);
+            for (uint32_t k = 0; k < r.deg; ++k)
+                if (r.list[k].id > a) push(a, r.list[k].id, r.list[k].length);
+        }
     }
 
-    uint32_t find(uint32_t x) {
-        while (m_parent[x] != x) x = m_parent[x] = m_parent[m_parent[x]];
+    uint32_t find(uint32_t x) const {
+        while (reg(x).parent != x) x = reg(x).parent = reg(reg(x).parent).parent;
         return x;
     }
 
     /// Merges while the best pair's scale is at most `scale` and more than `keep` regions remain.
     const char* run(double scale, int64_t keep, Poll& poll) {
         int64_t regions = m_regions;
-        while (regions > keep && m_heap_n > 0) {
-            std::pop_heap(m_heap, m_heap + m_heap_n, after);
-            const Candidate top = m_heap[--m_heap_n];
+        while (regions > keep && (m_heap_n > 0 || refill())) {
+            const Candidate top = m_heap[0];
+            m_heap[0] = m_heap[--m_heap_n];
+            if (m_heap_n) sift_down(0);
             if (!valid(top)) continue;
             if (top.lambda > scale) break;
             merge(top.a, top.b);
             --regions;
-            MUTILS_TRY(poll.add(40.0 * double(m_deg[top.a] + 1)));
+            MUTILS_TRY(poll.add(40.0 * double(reg(top.a).deg + 1)));
         }
         return nullptr;
     }
 
 private:
     bool valid(const Candidate& c) const {
-        return m_parent[c.a] == c.a && m_parent[c.b] == c.b && m_stamp[c.a] == c.stamp_a && m_stamp[c.b] == c.stamp_b;
+        const Region &a = reg(c.a), &b = reg(c.b);
+        return a.parent == c.a && b.parent == c.b && a.stamp == c.stamp_a && b.stamp == c.stamp_b;
     }
 
     double lambda(uint32_t a, uint32_t b, uint32_t length) const {
-        const double na = double(m_size[a]), nb = double(m_size[b]);
-        const double *sa = m_sum + int64_t(a) * m_bands, *sb = m_sum + int64_t(b) * m_bands;
+        const double na = double(reg(a).size), nb = double(reg(b).size);
+        const double *sa = sum(a), *sb = sum(b);
         double num = 0;
         for (int32_t k = 0; k < m_bands; ++k) {
             const double d = sa[k] * nb - sb[k] * na;
@@ -131,63 +144,123 @@ private:
 
     void push(uint32_t a, uint32_t b, uint32_t length) {
         if (a > b) std::swap(a, b);
-        if (m_heap_n == m_heap_cap) {
-            // Drop the stale candidates; grow when most of them are still valid.
-            m_heap_n =
-                std::remove_if(m_heap, m_heap + m_heap_n, [&](const Candidate& c) { return !valid(c); }) - m_heap;
-            if (2 * m_heap_n > m_heap_cap) {
-                Candidate* grown = work_array<Candidate>(2 * m_heap_cap);
-                std::copy(m_heap, m_heap + m_heap_n, grown);
-                m_heap = grown, m_heap_cap *= 2;
-            }
-            std::make_heap(m_heap, m_heap + m_heap_n, after);
+        const Candidate c{lambda(a, b, length), a, b, reg(a).stamp, reg(b).stamp};
+        if (m_limited && !after(c, m_limit)) {
+            if (m_heap_n == m_heap_cap) grow(m_heap, m_heap_n, m_heap_cap, true);
+            m_heap[m_heap_n] = c;
+            sift_up(m_heap_n++);
+        } else {
+            if (m_over_n == m_over_cap) grow(m_over, m_over_n, m_over_cap, false);
+            m_over[m_over_n++] = c;
         }
-        m_heap[m_heap_n++] = {lambda(a, b, length), a, b, m_stamp[a], m_stamp[b]};
-        std::push_heap(m_heap, m_heap + m_heap_n, after);
+    }
+
+    /// Makes room in a full candidate array: drops the stale candidates, and doubles the array
+    /// when most of them are still valid.
+    void grow(Candidate*& v, int64_t& n, int64_t& cap, bool heap) {
+        n = std::remove_if(v, v + n, [&](const Candidate& c) { return !valid(c); }) - v;
+        if (2 * n > cap) {
+            Candidate* grown = work_array<Candidate>(2 * cap);
+            std::copy(v, v + n, grown);
+            v = grown, cap *= 2;
+        }
+        if (heap)
+            for (int64_t i = (n - 2) / 4; i >= 0 && n > 1; --i) sift_down(i);
+    }
+
+    /// Candidates wait unsorted in an overflow list until the heap runs empty; then the
+    /// smallest few (a sixteenth of the list, at least 4096; stale ones are dropped only when
+    /// they are popped or when a list is full) move into the heap, and
+    /// until the next refill every new candidate up to the largest of them goes to the heap
+    /// as well. The heap stays small enough for the caches, and most candidates, outdated by
+    /// a later merge before they come near the top, never enter it. Returns false when no
+    /// candidate is left.
+    bool refill() {
+        if (m_over_n == 0) return false;
+        const int64_t k = std::min(m_over_n, std::max<int64_t>(4096, m_over_n / 16));
+        auto before = [](const Candidate& x, const Candidate& y) { return after(y, x); };
+        std::nth_element(m_over, m_over + (k - 1), m_over + m_over_n, before);
+        m_limit = m_over[k - 1];
+        m_limited = true;
+        if (m_heap_cap < 2 * k) m_heap_cap = 2 * k, m_heap = work_array<Candidate>(m_heap_cap);
+        std::copy(m_over, m_over + k, m_heap);
+        m_heap_n = k;
+        std::copy(m_over + k, m_over + m_over_n, m_over);
+        m_over_n -= k;
+        for (int64_t i = (m_heap_n - 2) / 4; i >= 0 && m_heap_n > 1; --i) sift_down(i);
+        return true;
+    }
+
+    // The candidates form a four-ary heap: half the levels of a binary one, and a node's
+    // children side by side, which matters once the heap no longer fits the caches.
+    void sift_up(int64_t i) {
+        const Candidate x = m_heap[i];
+        while (i > 0) {
+            const int64_t p = (i - 1) / 4;
+            if (!after(m_heap[p], x)) break;
+            m_heap[i] = m_heap[p], i = p;
+        }
+        m_heap[i] = x;
+    }
+    void sift_down(int64_t i) {
+        const Candidate x = m_heap[i];
+        for (;;) {
+            const int64_t first = 4 * i + 1, end = std::min(first + 4, m_heap_n);
+            if (first >= m_heap_n) break;
+            int64_t best = first;
+            for (int64_t k = first + 1; k < end; ++k)
+                if (after(m_heap[best], m_heap[k])) best = k;
+            if (!after(x, m_heap[best])) break;
+            m_heap[i] = m_heap[best], i = best;
+        }
+        m_heap[i] = x;
     }
 
     /// Region b joins region a (a < b): sizes and sums add, the two adjacency lists are joined
-    /// into a's (neighbours resolved, duplicates' lengths added), and every pair of a is
-    /// offered again at its new scale.
+    /// (into the longer one's storage; neighbours resolved, duplicates' lengths added), and
+    /// every pair of a is offered again at its new scale.
     void merge(uint32_t a, uint32_t b) {
-        m_size[a] += m_size[b];
-        for (int32_t k = 0; k < m_bands; ++k) m_sum[int64_t(a) * m_bands + k] += m_sum[int64_t(b) * m_bands + k];
-        m_parent[b] = a;
-        ++m_stamp[a];
-        const uint32_t need = m_deg[a] + m_deg[b];
-        if (need > m_cap[a]) {
-            const uint32_t cap = std::max(need, 2 * m_cap[a]);
+        Region &A = reg(a), &B = reg(b);
+        A.size += B.size;
+        double *sa = sum(a), *sb = sum(b);
+        for (int32_t k = 0; k < m_bands; ++k) sa[k] += sb[k];
+        B.parent = a;
+        ++A.stamp;
+        if (B.deg > A.deg) std::swap(A.list, B.list), std::swap(A.deg, B.deg), std::swap(A.cap, B.cap);
+        const uint32_t need = A.deg + B.deg;
+        if (need > A.cap) {
+            const uint32_t cap = std::max(need, 2 * A.cap);
             Link* grown = work_array<Link>(cap);
-            std::copy(m_list[a], m_list[a] + m_deg[a], grown);
-            m_list[a] = grown, m_cap[a] = cap;
+            std::copy(A.list, A.list + A.deg, grown);
+            A.list = grown, A.cap = cap;
         }
-        Link* l = m_list[a];
-        std::copy(m_list[b], m_list[b] + m_deg[b], l + m_deg[a]);
+        Link* l = A.list;
+        std::copy(B.list, B.list + B.deg, l + A.deg);
         uint32_t w = 0;
         for (uint32_t i = 0; i < need; ++i) {
             const uint32_t k = find(l[i].id);
             if (k == a) continue;
-            if (m_pos[k] >= 0) {
-                l[m_pos[k]].length += l[i].length;
+            Region& K = reg(k);
+            if (K.pos >= 0) {
+                l[K.pos].length += l[i].length;
             } else {
-                m_pos[k] = w;
+                K.pos = int32_t(w);
                 l[w++] = {k, l[i].length};
             }
         }
-        for (uint32_t i = 0; i < w; ++i) m_pos[l[i].id] = -1;
-        m_deg[a] = w, m_deg[b] = 0;
+        for (uint32_t i = 0; i < w; ++i) reg(l[i].id).pos = -1;
+        A.deg = w, B.deg = 0;
         for (uint32_t i = 0; i < w; ++i) push(a, l[i].id, l[i].length);
     }
 
     int64_t m_regions;
     int32_t m_bands;
-    int64_t* m_size;
-    double* m_sum;
-    uint32_t *m_parent, *m_stamp, *m_deg, *m_cap;
-    Link** m_list;
-    int64_t* m_pos;
-    Candidate* m_heap;
-    int64_t m_heap_n = 0, m_heap_cap;
+    std::size_t m_stride;
+    char* m_base;
+    Candidate *m_heap, *m_over;
+    int64_t m_heap_n = 0, m_heap_cap = 8192, m_over_n = 0, m_over_cap;
+    Candidate m_limit{};
+    bool m_limited = false;
 };
 
 /// The merging on double planes of nrow x ncol (checks done): labels, approximation planes, count.
@@ -197,12 +270,11 @@ const char* merge_regions(const double* const* planes, int32_t bands, int64_t nr
     const int64_t br = (nrow + gr - 1) / gr, bc = (ncol + gc - 1) / gc, n = br * bc;
     Poll poll(intrp);
     MergeGraph g(n, bands);
-    int64_t* size = g.size();
     for (int64_t r = 0; r < nrow; ++r) {
         const int64_t base = (r / gr) * bc;
         for (int64_t c = 0; c < ncol; ++c) {
-            const int64_t i = base + c / gc;
-            ++size[i];
+            const uint32_t i = uint32_t(base + c / gc);
+            ++g.reg(i).size;
             double* s = g.sum(i);
             for (int32_t k = 0; k < bands; ++k) s[k] += planes[k][r * ncol + c];
         }
@@ -228,7 +300,7 @@ const char* merge_regions(const double* const* planes, int32_t bands, int64_t nr
             if (!number[k]) number[k] = ++next;
             labels[r * ncol + c] = number[k];
             const double* s = g.sum(k);
-            for (int32_t b = 0; b < bands; ++b) approx[b][r * ncol + c] = s[b] / double(size[k]);
+            for (int32_t b = 0; b < bands; ++b) approx[b][r * ncol + c] = s[b] / double(g.reg(k).size);
         }
         MUTILS_TRY(poll.add(double(ncol * (bands + 1))));
     }
