@@ -2,9 +2,11 @@
 /// Region growing: merging of a grid of initial regions by the piecewise-constant Mumford-Shah
 /// energy, and tolerance flood fills from seed pixels.
 ///
-///     // segment an 8-bit image into at most 50 regions of near-constant grey level
-///     mutils::_uint32_mat labels;  mutils::_double_mat approx;  int32_t count;
-///     mutils::imguniv_region_grow_klm(&img, 1, 1, 1e300, 50, nullptr, &labels_u, &approx_u, &count);
+///     // segment an image into 50 regions of near-constant grey level
+///     mutils::_univ_mat labels, approx;  int32_t count;
+///     mutils::matuniv_malloc(&labels, img.nrow, img.ncol, mutils::MUTIL_UINT32);
+///     mutils::matuniv_malloc(&approx, img.nrow, img.ncol, mutils::MUTIL_DOUBLE);
+///     mutils::imguniv_region_grow_klm(&img, 1, 1, INFINITY, 50, nullptr, &labels, &approx, &count);
 #pragma once
 
 #include "../core/errors.h"
@@ -32,7 +34,7 @@ namespace mutils {
 /// remain. The regions and their boundary lengths are kept in an adjacency graph and the
 /// candidate pairs in a heap with lazy deletion: O(E log E) for E adjacent pairs. Scale 0 with a
 /// 1 x 1 grid merges exactly the equal-valued neighbours; an infinite scale merges down to
-/// `min_regions`.
+/// `min_regions`. A scale that comes out NaN (NaN or infinite pixels) counts as infinite.
 ///
 /// Results: `labels` 1 ... count, numbered in the raster order of each region's first pixel;
 /// `approximation` the mean of each pixel's region (plane by plane for sets); `count`.
