@@ -20,12 +20,12 @@ constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 /// acc_q[c] += v[c] * y^q for q = 0 ... n: each row adds its weights times the powers of its
 /// (shifted) row coordinate to per-column sums, an element-wise pass the compiler vectorises.
-MUTILS_CLONES void add_row_powers(double* v, double y, int64_t ncol, int32_t n, double* acc) {
+MUTILS_CLONES void add_row_powers(double* v, double y, int64_t len, int64_t stride, int32_t n, double* acc) {
     for (int32_t q = 0; q <= n; ++q) {
-        double* a = acc + int64_t(q) * ncol;
-        for (int64_t c = 0; c < ncol; ++c) a[c] += v[c];
+        double* a = acc + int64_t(q) * stride;
+        for (int64_t c = 0; c < len; ++c) a[c] += v[c];
         if (q < n)
-            for (int64_t c = 0; c < ncol; ++c) v[c] *= y;
+            for (int64_t c = 0; c < len; ++c) v[c] *= y;
     }
 }
 
@@ -34,11 +34,16 @@ template <class T> const char* power_sums(const mat_t<T>* im, int32_t n, double 
     const int64_t nrow = im->nrow, ncol = im->ncol, k = n + 1;
     Hux::ArenaScope scope;
     double* acc = work_array_zero<double>(k * ncol);
-    double* v = work_array<double>(ncol);
+    constexpr int64_t kBlock = 256;
+    double* v = work_array<double>(std::min(kBlock, ncol));
     for (int64_t r = 0; r < nrow; ++r) {
         const T* row = im->data + r * ncol;
-        for (int64_t c = 0; c < ncol; ++c) v[c] = double(row[c]);
-        add_row_powers(v, double(r) - rc, ncol, n, acc);
+        // Column blocks small enough that their per-column sums stay in the first-level cache.
+        for (int64_t c0 = 0; c0 < ncol; c0 += kBlock) {
+            const int64_t len = std::min(kBlock, ncol - c0);
+            for (int64_t c = 0; c < len; ++c) v[c] = double(row[c0 + c]);
+            add_row_powers(v, double(r) - rc, len, ncol, n, acc + c0);
+        }
         MUTILS_TRY(poll.add(3.0 * double(k * ncol)));
     }
     // Column powers, one power at a time, against each per-column sum.
