@@ -344,6 +344,7 @@ template <class T> const char* region_grow_seeded(const mat_t<T>* image, const _
     validate(labels);
     MUTILS_TRY(require_same_size(image, labels));
     if (seeds->ncol != 2) return msg::array_size_mismatch;
+    MUTILS_TRY(require_distinct(labels, image));  // the floods read the image while labelling
     const int64_t nrow = image->nrow, ncol = image->ncol, m = seeds->nrow;
     for (int64_t k = 0; k < m; ++k) {
         const int64_t r = seeds->data[2 * k], c = seeds->data[2 * k + 1];

@@ -93,6 +93,7 @@ MUTILS_API const char* imgset_region_grow_klm(const _mat_set* bands, int32_t gri
 /// | universal: complex image, labels not u32                         | "Illegal data type"     |
 /// | invalid records                                                  | raised by validation    |
 /// | labels not of the image's size, seeds without two columns        | "array size mismatch"   |
+/// | labels sharing the image's storage                               | "Illegal memory address"|
 /// | a seed outside the image; tolerance negative or NaN              | "Illegal data value"    |
 /// | interruption (polled per seed)                                   | "interrupted"           |
 ///
