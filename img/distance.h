@@ -16,6 +16,9 @@
 /// mirrored neighbours. The Euclidean metric is therefore the (1, sqrt 2) chamfer approximation,
 /// not the exact distance.
 ///
+/// Object pixels are those equal to the object value (operator ==): a NaN pixel, or a NaN object
+/// value, is never an object pixel; no other value is read, so infinities are ordinary values.
+///
 /// | condition                                                        | message                  |
 /// |------------------------------------------------------------------|--------------------------|
 /// | image and result of different sizes                              | "array size mismatch"    |

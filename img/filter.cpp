@@ -76,13 +76,13 @@ template <bool Flip> const char* filter_univ(const _univ_mat* image, const _univ
     MUTILS_TRY(require_distinct(result, image));
     MUTILS_TRY(require_distinct(result, kernel));
     if (image->type == MUTIL_DCOMPLEX || kernel->type == MUTIL_DCOMPLEX) return msg::illegal_data_type;
-    _univ_mat ci, ck;
-    MUTILS_TRY(to_common(image, result->type, intrp, &ci));
-    MUTILS_TRY(to_common(kernel, result->type, intrp, &ck));
-    return dispatch(result->type, real_types{}, [&](auto t) {
-        using T = typename decltype(t)::type;
-        return filter<T, Flip>(as<T>(&ci), as<T>(&ck), boundary, intrp, as<T>(result));
-    });
+    return univ_apply_whole(
+        real_types{}, intrp, result,
+        [&](auto t, const _univ_mat* ci, const _univ_mat* ck, _univ_mat* r) {
+            using T = MUTILS_T(t);
+            return filter<T, Flip>(as<T>(ci), as<T>(ck), boundary, intrp, as<T>(r));
+        },
+        image, kernel);
 }
 
 }  // namespace
@@ -626,7 +626,12 @@ template <class T> const char* quantile(const mat_t<T>* image, int32_t wr, int32
     Poll poll(intrp);
     const int64_t n = int64_t(wr) * int64_t(wc), count = image->nelem;
     const Rank k = rank_of(n, q);
-    if (n <= kNetworkMax) return quantile_network<T>(image, wr, wc, k, boundary, poll, result);
+    // The comparator network cannot order a NaN; images holding one take the ranked path, whose
+    // order puts NaN after every number.
+    bool nan = false;
+    if constexpr (std::is_floating_point_v<T>)
+        nan = std::any_of(image->data, image->data + count, [](T v) { return std::isnan(v); });
+    if (n <= kNetworkMax && !nan) return quantile_network<T>(image, wr, wc, k, boundary, poll, result);
     if constexpr (std::is_same_v<T, unsigned char>) {
         ByteHistogram h;
         return quantile_histogram<T>(

@@ -11,6 +11,9 @@
 /// separately: 0 zero, 1 periodic, 2 reflect (-1 -> 0), 3 nearest edge pixel. Sums run over kernel
 /// rows (outer) and columns (inner) from 0; integer results wrap around in their width, float
 /// and double results accumulate in double.
+/// A NaN or an infinity in a floating image or kernel propagates as arithmetic does: every
+/// result pixel whose sum takes it is NaN or infinite (0 times infinity is NaN), the others are
+/// untouched.
 ///
 /// | condition                                                    | message                  |
 /// |--------------------------------------------------------------|--------------------------|
@@ -64,6 +67,13 @@ MUTILS_API const char* imguniv_correlate(const _univ_mat* image, const _univ_mat
 /// accept the boundary rules 0 (zero) and 3 (nearest edge pixel); the quantile filter all four.
 /// Real values computed for an integer result are stored as floor(v + 0.5) clipped to the type's
 /// range (saturating), so an exact half rounds up.
+///
+/// NaN and infinities in a floating image: the quantile filter orders NaN after every number, as
+/// sorting does (a window's upper quantiles may be NaN). The mean, variance and Wiener filters run
+/// sums along columns and rows, so a NaN or an infinity makes their result NaN (or infinite) at
+/// every pixel whose window holds it and at the pixels after it along its row and below it; as
+/// with the running-sum filters of the common Python tools, replace such values first where that
+/// matters.
 ///
 /// | member                 | image                   | result                                  |
 /// |------------------------|-------------------------|-----------------------------------------|

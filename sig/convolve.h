@@ -13,6 +13,8 @@
 ///   3 continue: the nearest edge sample.
 /// Sums run over filter rows (outer) and columns (inner) from 0. The u8, u16 and s32 members multiply
 /// and add in the element type and wrap (u8: 200 * 2 = 144); double and complex add in double.
+/// NaN and infinities in double or complex data or filters propagate as arithmetic does: an output
+/// whose sum takes one is NaN or infinite, the others are untouched; sampling copies them as they are.
 ///
 /// Checks, in order: invalid records raise ("null pointer", "array size mismatch"); Y larger than D
 /// in either dimension: "array size mismatch"; Y sharing storage with D or F: "Illegal memory

@@ -8,6 +8,11 @@
 /// may be `in`), polls the interrupt and returns null on success or "interrupted" (`out` then holds
 /// partial data).
 ///
+/// NaN and infinities propagate as arithmetic does. The fast algorithms mix every input of a
+/// transformed vector into every output, so one NaN or infinity in a column (or, for the
+/// two-dimensional cosine transform, anywhere in the matrix) makes the whole transformed vector
+/// (or matrix) NaN, as with the common FFT libraries.
+///
 /// | operations                               | what is transformed                     | inverse flag        |
 /// |------------------------------------------|-----------------------------------------|---------------------|
 /// | `*_transform_discrete_fourier`           | every column, down the rows; a 1 x N    | exactly 1: inverse; |

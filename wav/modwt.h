@@ -14,6 +14,10 @@
 /// A filter longer than N simply wraps round the signal more than once. The level count J must
 /// satisfy 1 <= J <= floor(log2 N) (computed exactly in integers).
 ///
+/// NaN and infinities in the signal or the filters propagate as arithmetic does: every
+/// coefficient whose sum takes one is NaN or infinite, and through the levels that spreads to
+/// the coefficients whose filter support reaches it.
+///
 /// | operation                         | shapes                                                      |
 /// |-----------------------------------|-------------------------------------------------------------|
 /// | `wavuniv_transform_maximum_overlap` | x: N x 1, any element type (converted to double); W, V: |
