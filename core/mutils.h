@@ -43,6 +43,8 @@
 // Image processing
 #include "../img/morphology.h"
 #include "../img/components.h"
+#include "../img/moments.h"
+#include "../img/region.h"
 #include "../img/filter.h"
 #include "../img/color.h"
 #include "../img/geometry.h"

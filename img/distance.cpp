@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "../pgn/hull.h"
+#include "detail_hull.h"
 #include "detail_pixels.h"
 
 namespace mutils {
@@ -103,46 +104,12 @@ const char* transform_distance(const mat_t<T>* a, _img_distance_type metric, T v
 
 // ---- filled convex hull ---------------------------------------------------------------------
 
-inline int64_t floor_div(int64_t num, int64_t den) {  // den > 0
-    return num >= 0 ? num / den : -((-num + den - 1) / den);
-}
-
-// Fills, with `one`, every pixel whose centre lies inside or on the closed polygon `hull`
-// (h + 1 vertices, convex): per row, the exact column span between the leftmost and rightmost
-// crossing of the boundary, rounded inwards.
+// Fills, with `one`, every pixel whose centre lies inside or on the closed polygon `hull`.
 template <class T> void fill_convex(const _sint32_mat* hull, T one, mat_t<T>* r) {
-    const int32_t* v = hull->data;
-    const int64_t edges = hull->nrow - 1;
-    int64_t top = v[0], bottom = v[0];
-    for (int64_t i = 0; i < hull->nrow; ++i) {
-        top = std::min<int64_t>(top, v[2 * i]);
-        bottom = std::max<int64_t>(bottom, v[2 * i]);
-    }
-    const int64_t span = bottom - top + 1;
-    int64_t* lo = work_array<int64_t>(span);
-    int64_t* hi = work_array<int64_t>(span);
-    std::fill(lo, lo + span, std::numeric_limits<int64_t>::max());
-    std::fill(hi, hi + span, std::numeric_limits<int64_t>::min());
-    for (int64_t e = 0; e < edges; ++e) {
-        int64_t r0 = v[2 * e], c0 = v[2 * e + 1], r1 = v[2 * e + 2], c1 = v[2 * e + 3];
-        if (r0 > r1) std::swap(r0, r1), std::swap(c0, c1);
-        for (int64_t y = r0; y <= r1; ++y) {
-            int64_t left, right;
-            if (r0 == r1) {
-                left = std::min(c0, c1), right = std::max(c0, c1);
-            } else {
-                int64_t num = (c1 - c0) * (y - r0), den = r1 - r0;
-                right = c0 + floor_div(num, den);
-                left = c0 - floor_div(-num, den);
-            }
-            lo[y - top] = std::min(lo[y - top], left);
-            hi[y - top] = std::max(hi[y - top], right);
-        }
-    }
-    for (int64_t y = top; y <= bottom; ++y) {
-        int64_t c0 = std::max<int64_t>(lo[y - top], 0), c1 = std::min<int64_t>(hi[y - top], r->ncol - 1);
+    convex_spans(hull, [&](int64_t y, int64_t first, int64_t last) {
+        const int64_t c0 = std::max<int64_t>(first, 0), c1 = std::min<int64_t>(last, r->ncol - 1);
         for (int64_t c = c0; c <= c1; ++c) r->data[y * r->ncol + c] = one;
-    }
+    });
 }
 
 template <class T> const char* convex_hull(const mat_t<T>* a, T value, void* intrp, mat_t<T>* r) {

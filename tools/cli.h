@@ -135,6 +135,7 @@ void register_geometry_commands(CLI::App& app);
 void register_contour_commands(CLI::App& app);
 void register_matrix_commands(CLI::App& app);
 void register_signal_commands(CLI::App& app);
+void register_shape_commands(CLI::App& app);
 void register_demo(CLI::App& app);
 
 }  // namespace cli

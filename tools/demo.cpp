@@ -195,6 +195,33 @@ void demo(const std::string& dir) {
     });
     view("labels.pgm", labels);
 
+    _univ_mat hull_mask = make(kSize, kSize, MUTIL_UINT8);
+    timed(
+        {"Shape features", "labels.pgm", "solidity.pgm", "18 features per region; regions shaded by solidity", "", sz},
+        [&] {
+            const int32_t k = std::max<int32_t>(1, int32_t(range_of(labels).second));
+            _univ_mat f = make(k, 18, MUTIL_DOUBLE);
+            check(mutils::imguniv_shape_features(&labels, nullptr, &f));
+            const double* v = static_cast<const double*>(f.data);
+            const uint32_t* l = static_cast<const uint32_t*>(labels.data);
+            for (int32_t i = 0; i < hull_mask.nelem; ++i)
+                static_cast<unsigned char*>(hull_mask.data)[i] =
+                    l[i] ? static_cast<unsigned char>(55 + 200 * v[(l[i] - 1) * 18 + 15]) : 0;
+            int32_t best = 0;
+            for (int32_t r = 1; r < k; ++r)
+                if (v[r * 18] > v[best * 18]) best = r;
+            return "largest region " + fmt("%.0f px, ", v[best * 18]) + fmt("circularity %.2f", v[best * 18 + 16]);
+        });
+    save(path("solidity.pgm"), one(hull_mask));
+
+    _univ_mat klm_labels = make(kSize, kSize, MUTIL_UINT32), klm = make(kSize, kSize, MUTIL_DOUBLE);
+    timed({"Region merging", "scene.pgm", "regions.pgm", "1 x 1 grid, merged down to 8 regions", "", sz}, [&] {
+        int32_t count = 0;
+        check(mutils::imguniv_region_grow_klm(&scene, 1, 1, INFINITY, 8, nullptr, &klm_labels, &klm, &count));
+        return std::to_string(count) + " regions of constant grey";
+    });
+    view("regions.pgm", klm);
+
     _univ_mat dist = make(kSize, kSize, MUTIL_DOUBLE);
     timed({"Distance transform", "mask.pgm", "distance.pgm", "Euclidean chamfer to value 255", "", sz}, [&] {
         check(mutils::imguniv_transform_distance(&mask, static_cast<_img_distance_type>(0), scalar_u8(255), nullptr,

@@ -17,6 +17,7 @@ int main(int argc, char** argv) {
     cli::register_geometry_commands(app);
     cli::register_contour_commands(app);
     cli::register_signal_commands(app);
+    cli::register_shape_commands(app);
     cli::register_demo(app);
 
     // Notes printed while a subcommand runs name it, like its error lines.

@@ -496,6 +496,15 @@ ROW(img, warp_parameter, WINDOW_TYPES, in<T>(7, 6),
     IMG_INTERP_BILINEAR, 1.0, nullptr, res<T>(6, 7))
 ROW(img, warp_tiepoint, WINDOW_TYPES, in<T>(7, 6), gen<double, both_typed>(4, 4, [](int i) { return i * i % 7; }),
     int32_t(1), IMG_INTERP_NEAREST, 3.0, nullptr, res<T>(6, 7))
+// Moments and region growing compute in double: the universal members take every real type.
+ROW(img, moments, WINDOW_TYPES, in<T>(7, 6, 50), IMG_MOMENT_NORMALISED, nullptr, res<double>(4, 4))
+ROW(img, moment_invariant, WINDOW_TYPES, in<T>(7, 6, 50), nullptr, res<double>(7, 1))
+ROW(img, shape_features, (wider_for<T, int32_t>), in<T>(9, 8, 4), nullptr, res<double>(3, 18))
+#define DOUBLE_ONLY (wider_for<T, unsigned char, uint16_t, int16_t, uint32_t, int32_t, float>)
+ROW(img, region_grow_klm, DOUBLE_ONLY, in<T>(7, 6, 5), 1, 2, 3.0, 2, nullptr, res<uint32_t>(7, 6), res<double>(7, 6),
+    val_out<int32_t>())
+ROW(img, region_grow_seeded, DOUBLE_ONLY, in<T>(7, 6, 5), keep(make<int32_t>(2, 2, {1, 1, 5, 4})), 1.0,
+    IMG_CONNECT_FOUR, nullptr, res<uint32_t>(7, 6))
 
 // ---- signals, polygons, classes -------------------------------------------------------------------
 #define SIG in<T>(6, 5, 9), in<T>(2, 3, 3)

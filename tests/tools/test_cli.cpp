@@ -124,6 +124,23 @@ TEST_F(Cli, LabelCountsComponentsWithTheBackground) {
     EXPECT_EQ(d.status, 0) << d.err;
 }
 
+TEST_F(Cli, MeasureWritesOneCsvRowPerRegionAndSegmentWritesLabelsAndMeans) {
+    write("two.pgm", "P2 5 3 255\n255 255 0 0 255\n255 255 0 0 255\n0 0 0 0 0\n");
+    CliRun m = run("measure --mask two.pgm");
+    ASSERT_EQ(m.status, 0) << m.err;
+    EXPECT_EQ(lines(m.out), 3) << m.out;
+    EXPECT_TRUE(has(m.out, "label,area,centroid_row,centroid_col,min_row")) << m.out;
+    EXPECT_TRUE(has(m.out, "\n1,4,0.5,0.5,0,0,1,1,4,")) << m.out;
+    CliRun k = run("segment klm two.pgm --regions 2 -o seg.pgm");
+    EXPECT_TRUE(k.status == 0 && has(k.out, "2 regions")) << k.out << k.err;
+    EXPECT_TRUE(exists("seg.pgm") && exists("seg-approx.pgm"));
+    CliRun s = run("segment seeded two.pgm --seed 0,4 --seed 2,0 --tolerance 0 -o s.pgm");
+    EXPECT_TRUE(s.status == 0 && exists("s-approx.pgm")) << s.err;
+    CliRun bad = run("segment seeded two.pgm --seed 9,9 -o s.pgm");
+    EXPECT_EQ(bad.status, 1);
+    EXPECT_TRUE(has(bad.err, "Illegal data value")) << bad.err;
+}
+
 TEST_F(Cli, FiltersAndColourWriteImagesAndRefuseBadParameters) {
     write("sq.pgm", kSquare);
     CliRun m = run("filter median sq.pgm --size 3 --border 0 -o m.pgm");
