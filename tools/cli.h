@@ -128,6 +128,14 @@ struct BatchOptions {
 };
 void add_batch_options(CLI::App* sub, BatchOptions& o, bool output_required = true);
 
+/// Ends a batch subcommand with status 1 when any input failed (each failure was reported).
+inline void finish(int failures) {
+    if (failures) throw ExitStatus{1};
+}
+
+/// The image extension for an output of `planes` planes.
+inline const char* image_ext(std::size_t planes) { return planes == 3 ? "ppm" : "pgm"; }
+
 // Subcommand registration (one per source file group).
 void register_image_commands(CLI::App& app);
 void register_filter_commands(CLI::App& app);

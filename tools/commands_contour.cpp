@@ -11,10 +11,6 @@ using namespace mutils;
 
 namespace {
 
-void finish(int failures) {
-    if (failures) throw ExitStatus{1};
-}
-
 _double_mat as_double_mat(const _univ_mat& m) { return typed<_double_mat>(m.type == MUTIL_DOUBLE ? m : to_double(m)); }
 
 /// A polygon file: a matrix of two columns, (row, column) per line.

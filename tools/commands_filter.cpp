@@ -11,13 +11,6 @@ using namespace mutils;
 
 namespace {
 
-void finish(int failures) {
-    if (failures) throw ExitStatus{1};
-}
-
-/// The image extension for an output of `planes` planes.
-const char* image_ext(std::size_t planes) { return planes == 3 ? "ppm" : "pgm"; }
-
 // ---- filters --------------------------------------------------------------------------------
 
 struct FilterOptions {

@@ -12,12 +12,6 @@ using namespace mutils;
 
 namespace {
 
-void finish(int failures) {
-    if (failures) throw ExitStatus{1};
-}
-
-const char* image_ext(std::size_t planes) { return planes == 3 ? "ppm" : "pgm"; }
-
 struct GeometryOptions {
     BatchOptions batch;
     std::string interp = "bilinear";

@@ -12,10 +12,6 @@ using namespace mutils;
 
 namespace {
 
-void finish(int failures) {
-    if (failures) throw ExitStatus{1};
-}
-
 /// One grey plane: colour planes are averaged (in double).
 _univ_mat grey_of(const Data& d) {
     if (d.planes.size() == 1) return d.planes[0];

@@ -112,10 +112,6 @@ void stats(const StatsOptions& o, const std::string& path) {
     }
 }
 
-void finish(int failures) {
-    if (failures) throw ExitStatus{1};
-}
-
 }  // namespace
 
 void register_matrix_commands(CLI::App& app) {

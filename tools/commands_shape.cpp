@@ -10,10 +10,6 @@ using namespace mutils;
 
 namespace {
 
-void finish(int failures) {
-    if (failures) throw ExitStatus{1};
-}
-
 // ---- measure --------------------------------------------------------------------------------
 
 struct MeasureOptions {
