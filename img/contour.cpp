@@ -32,9 +32,11 @@ struct Gradient {
         if (j == n - 1) return at(i, n - 1) - at(i, n - 2);
         return (at(i, j + 1) - at(i, j - 1)) / 2.0;
     }
-    /// Both components bilinearly interpolated at (r, c), clamped into the image.
+    /// Both components bilinearly interpolated at (r, c), clamped into the image (a NaN
+    /// position, which a NaN potential leaves behind, reads pixel 0 rather than no pixel).
     void sample(double r, double c, double* gr, double* gc) const {
-        r = std::clamp(r, 0.0, double(p->nrow - 1)), c = std::clamp(c, 0.0, double(p->ncol - 1));
+        r = r > 0 ? std::min(r, double(p->nrow - 1)) : 0.0;
+        c = c > 0 ? std::min(c, double(p->ncol - 1)) : 0.0;
         const int64_t i0 = int64_t(r), j0 = int64_t(c);
         const int64_t i1 = std::min<int64_t>(i0 + 1, p->nrow - 1), j1 = std::min<int64_t>(j0 + 1, p->ncol - 1);
         const double fr = r - double(i0), fc = c - double(j0);

@@ -7,6 +7,11 @@
 /// n >= 3, in order; its result has the same size and may be the snake. Paths run on the
 /// 8-neighbour grid of a cost image.
 ///
+/// NaN: a NaN or infinite potential pixel propagates through the semi-implicit snake's arithmetic
+/// into the points whose forces read it (such points come back NaN; a NaN point reads the
+/// potential at pixel (0, 0)); the greedy snake compares energies, and a candidate whose energy
+/// is NaN is never taken. A NaN cost is refused (below).
+///
 /// The universal members take the potential or the cost as a `_univ_mat` of any real type (read
 /// as doubles); everything else is as in the double members. Messages, in this order:
 ///
